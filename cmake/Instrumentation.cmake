@@ -1,0 +1,18 @@
+# Sanitizers, coverage and fuzzing are whole-build switches, one preset each.
+set(HALVARD_SANITIZE "" CACHE STRING "Sanitizers for the whole build, as for -fsanitize=")
+option(HALVARD_COVERAGE "Count executed lines for gcovr" OFF)
+option(HALVARD_FUZZ "Build the fuzz targets with libFuzzer (needs clang)" OFF)
+
+if(HALVARD_SANITIZE)
+  add_compile_options(-fsanitize=${HALVARD_SANITIZE} -fno-omit-frame-pointer
+                      -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${HALVARD_SANITIZE})
+endif()
+if(HALVARD_COVERAGE)
+  add_compile_options(--coverage)
+  add_link_options(--coverage)
+endif()
+if(HALVARD_FUZZ)
+  add_compile_options(-fsanitize=fuzzer-no-link,address,undefined -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+endif()

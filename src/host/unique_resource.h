@@ -1,0 +1,57 @@
+// Owners of Windows resources: one template, and one traits struct for each kind of handle.
+#pragma once
+
+#include <utility>
+
+#include "host/windows_api.h"
+
+namespace Halvard::Host {
+
+/// Owns one system resource and releases it exactly once. Traits gives Type, Invalid() and
+/// Release(Type). Releasing keeps the thread's last error, so a guard may end between a failed
+/// call and the line that reports it.
+template <typename Traits>
+class UniqueResource {
+ public:
+  using Type = typename Traits::Type;
+
+  explicit UniqueResource(Type value = Traits::Invalid()) : value_(value) {}
+  UniqueResource(UniqueResource&& other) noexcept : value_(other.Detach()) {}
+  UniqueResource& operator=(UniqueResource&& other) noexcept {
+    Reset(other.Detach());
+    return *this;
+  }
+  ~UniqueResource() { Reset(); }
+
+  explicit operator bool() const { return value_ != Traits::Invalid(); }
+  Type Get() const { return value_; }
+  Type Detach() { return std::exchange(value_, Traits::Invalid()); }
+  void Reset(Type value = Traits::Invalid()) {
+    const Type old = std::exchange(value_, value);
+    if (old == Traits::Invalid()) return;
+    const DWORD error = GetLastError();
+    Traits::Release(old);
+    SetLastError(error);
+  }
+
+ private:
+  Type value_;
+};
+
+/// Handles that CloseHandle releases and whose failure value is INVALID_HANDLE_VALUE: files.
+struct FileTraits {
+  using Type = HANDLE;
+  static Type Invalid() { return INVALID_HANDLE_VALUE; }
+  static void Release(Type file) { CloseHandle(file); }
+};
+using UniqueFile = UniqueResource<FileTraits>;
+
+/// Handles that CloseHandle releases and whose failure value is null: mappings, threads, events.
+struct HandleTraits {
+  using Type = HANDLE;
+  static Type Invalid() { return nullptr; }
+  static void Release(Type handle) { CloseHandle(handle); }
+};
+using UniqueHandle = UniqueResource<HandleTraits>;
+
+}  // namespace Halvard::Host

@@ -1,0 +1,21 @@
+// The one umbrella of Windows headers. In the native build the headers of the same names come
+// from the lab and hold the slice of the Windows API that the agent calls.
+#pragma once
+
+// winsock2.h has to come before windows.h.
+#include <winsock2.h>
+#include <ws2tcpip.h>
+
+#include <windows.h>
+
+#include <fcntl.h>
+#include <io.h>
+#include <iphlpapi.h>
+#include <knownfolders.h>
+#include <msi.h>
+#include <msiquery.h>
+#include <security.h>
+#include <shellapi.h>
+#include <shlobj.h>
+#include <shlwapi.h>
+#include <userenv.h>
