@@ -1,0 +1,96 @@
+// Types and constants of the system below the Windows API: text pointers, languages, access rights
+// and security identifiers.
+#pragma once
+
+#include <cstdint>
+
+using CHAR = char;
+using WCHAR = wchar_t;
+using PWSTR = WCHAR*;
+using LPWSTR = WCHAR*;
+using PCWSTR = const WCHAR*;
+using LPCWSTR = const WCHAR*;
+using LPSTR = CHAR*;
+using LPCSTR = const CHAR*;
+using LPCH = CHAR*;
+using LPCCH = const CHAR*;
+using LPWCH = WCHAR*;
+using LPCWCH = const WCHAR*;
+using PZZWSTR = WCHAR*;
+using PCZZWSTR = const WCHAR*;
+using PVOID = void*;
+using HANDLE = void*;
+using PHANDLE = HANDLE*;
+using LONG = std::int32_t;
+using LONGLONG = std::int64_t;
+using HRESULT = std::int32_t;
+using BOOLEAN = std::uint8_t;
+using PBOOLEAN = BOOLEAN*;
+using LANGID = std::uint16_t;
+
+#define MAKELANGID(primary, sub) (static_cast<LANGID>(((sub) << 10) | (primary)))
+#define PRIMARYLANGID(language) (static_cast<LANGID>((language)&0x3FF))
+
+#define DELETE 0x00010000u
+#define GENERIC_READ 0x80000000u
+#define GENERIC_WRITE 0x40000000u
+#define FILE_LIST_DIRECTORY 0x0001u
+
+#define FILE_SHARE_READ 0x00000001u
+#define FILE_SHARE_WRITE 0x00000002u
+#define FILE_SHARE_DELETE 0x00000004u
+
+#define FILE_ATTRIBUTE_READONLY 0x00000001u
+#define FILE_ATTRIBUTE_HIDDEN 0x00000002u
+#define FILE_ATTRIBUTE_SYSTEM 0x00000004u
+#define FILE_ATTRIBUTE_DIRECTORY 0x00000010u
+#define FILE_ATTRIBUTE_ARCHIVE 0x00000020u
+#define FILE_ATTRIBUTE_NORMAL 0x00000080u
+#define FILE_ATTRIBUTE_REPARSE_POINT 0x00000400u
+
+#define IO_REPARSE_TAG_SYMLINK 0xA000000Cu
+
+#define PAGE_READONLY 0x02u
+#define SECTION_MAP_READ 0x0004u
+
+#define MAXIMUM_WAIT_OBJECTS 64
+
+union LARGE_INTEGER {
+  struct {
+    std::uint32_t LowPart;
+    LONG HighPart;
+  } u;
+  LONGLONG QuadPart;
+};
+using PLARGE_INTEGER = LARGE_INTEGER*;
+
+#define KEY_SET_VALUE 0x0002u
+
+#define REG_NONE 0u
+#define REG_SZ 1u
+#define REG_EXPAND_SZ 2u
+#define REG_BINARY 3u
+#define REG_DWORD 4u
+#define REG_MULTI_SZ 7u
+#define REG_QWORD 11u
+
+/// A security identifier in its binary form. \c SubAuthority goes on behind the end of the
+/// structure: SubAuthorityCount tells how many there are.
+struct SID_IDENTIFIER_AUTHORITY {
+  std::uint8_t Value[6];
+};
+using PSID_IDENTIFIER_AUTHORITY = SID_IDENTIFIER_AUTHORITY*;
+struct SID {
+  std::uint8_t Revision;
+  std::uint8_t SubAuthorityCount;
+  SID_IDENTIFIER_AUTHORITY IdentifierAuthority;
+  std::uint32_t SubAuthority[1];
+};
+using PSID = PVOID;
+
+#define SID_REVISION 1
+#define SID_MAX_SUB_AUTHORITIES 15
+#define SECURITY_NT_AUTHORITY \
+  { 0, 0, 0, 0, 0, 5 }
+#define SECURITY_BUILTIN_DOMAIN_RID 0x20u
+#define DOMAIN_ALIAS_RID_ADMINS 0x220u

@@ -1,0 +1,11 @@
+// Windows on the screen, and string resources.
+#pragma once
+
+#include <minwindef.h>
+#include <winnt.h>
+
+#define HWND_NOTOPMOST (reinterpret_cast<HWND>(static_cast<LONG_PTR>(-2)))
+#define SWP_NOSIZE 0x0001u
+
+BOOL WINAPI SetWindowPos(HWND window, HWND after, int x, int y, int width, int height, UINT flags);
+int WINAPI LoadStringW(HINSTANCE module, UINT id, LPWSTR buffer, int bufferLength);
