@@ -1,0 +1,90 @@
+#include "options.h"
+
+#include <gtest/gtest.h>
+
+#include "exit_code.h"
+
+namespace Hvctl {
+namespace {
+
+constexpr int kUnset = -99;
+
+struct Parsed {
+  explicit Parsed(const std::vector<std::string>& arguments) {
+    ::testing::internal::CaptureStdout();
+    ::testing::internal::CaptureStderr();
+    options = ParseOptions(arguments, exitCode);
+    out = ::testing::internal::GetCapturedStdout();
+    err = ::testing::internal::GetCapturedStderr();
+  }
+  int exitCode = kUnset;
+  std::optional<Options> options;
+  std::string out;
+  std::string err;
+};
+
+TEST(ParseOptions, CallHasItsDefaults) {
+  const Parsed parsed({"call", "poll_export_status", "--host", "old"});
+  ASSERT_TRUE(parsed.options);
+  EXPECT_EQ(parsed.options->command, Options::Command::kCall);
+  EXPECT_EQ(parsed.options->agent.Text(), "old:9123");
+  EXPECT_EQ(parsed.options->operation, "poll_export_status");
+  EXPECT_EQ(parsed.options->input, "{}");
+  EXPECT_EQ(parsed.options->limits.connect.count(), 10);
+  EXPECT_EQ(parsed.options->limits.answer.count(), 0);
+  EXPECT_FALSE(parsed.options->thumbprint);
+  EXPECT_FALSE(parsed.options->framed);
+  EXPECT_FALSE(parsed.options->raw);
+}
+
+TEST(ParseOptions, CallTakesEverything) {
+  const Parsed parsed({"call", "op", "-", "--host", "2001:db8::1", "--port", "443", "--thumbprint",
+                       "00112233445566778899aabbccddeeff01234567", "--framed", "--raw",
+                       "--connect-timeout", "3", "--timeout", "4"});
+  ASSERT_TRUE(parsed.options) << parsed.err;
+  EXPECT_EQ(parsed.options->agent.Text(), "[2001:db8::1]:443");
+  EXPECT_EQ(parsed.options->input, "-");
+  EXPECT_EQ(parsed.options->thumbprint,
+            "00:11:22:33:44:55:66:77:88:99:AA:BB:CC:DD:EE:FF:01:23:45:67");
+  EXPECT_TRUE(parsed.options->framed);
+  EXPECT_TRUE(parsed.options->raw);
+  EXPECT_EQ(parsed.options->limits.connect.count(), 3);
+  EXPECT_EQ(parsed.options->limits.answer.count(), 4);
+}
+
+TEST(ParseOptions, ForgetNamesAnAgent) {
+  const Parsed parsed({"forget", "--host", "old", "--port", "9124"});
+  ASSERT_TRUE(parsed.options);
+  EXPECT_EQ(parsed.options->command, Options::Command::kForget);
+  EXPECT_EQ(parsed.options->agent.Text(), "old:9124");
+}
+
+TEST(ParseOptions, HelpEndsWellAndListsTheExitCodes) {
+  const Parsed parsed({"--help"});
+  EXPECT_FALSE(parsed.options);
+  EXPECT_EQ(parsed.exitCode, static_cast<int>(ExitCode::kSuccess));
+  EXPECT_NE(parsed.out.find("Exit codes:"), std::string::npos);
+}
+
+TEST(ParseOptions, WrongCommandLinesEndWithUsage) {
+  const std::vector<std::vector<std::string>> wrong = {
+      {},
+      {"call"},
+      {"call", "op"},
+      {"call", "op", "--host", "h", "--port", "0"},
+      {"call", "op", "--host", "h", "--port", "65536"},
+      {"call", "op", "--host", "h", "--thumbprint", "12:34"},
+      {"call", "op", "--host", "h", "--timeout", "-1"},
+      {"call", "op", "--host", "h", "--nonsense"},
+      {"destroy"},
+  };
+  for (const auto& arguments : wrong) {
+    const Parsed parsed(arguments);
+    EXPECT_FALSE(parsed.options);
+    EXPECT_EQ(parsed.exitCode, static_cast<int>(ExitCode::kUsage));
+    EXPECT_FALSE(parsed.err.empty());
+  }
+}
+
+}  // namespace
+}  // namespace Hvctl

@@ -1,0 +1,32 @@
+// The command line of hvctl.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "agent_connection.h"
+
+namespace Hvctl {
+
+struct Options {
+  enum class Command { kNone, kCall, kForget };
+  Command command = Command::kNone;
+
+  Endpoint agent;
+  TimeLimits limits;
+  std::optional<std::string> thumbprint;  ///< In the agent's form.
+
+  std::string operation;
+  std::string input;  ///< The JSON text itself, "@FILE", or "-" for standard input.
+  bool framed = false;
+  bool raw = false;
+};
+
+/// Reads the command line. Help and version are printed here.
+/// \param arguments  UTF-8, without the program's name.
+/// \return Nothing when the program is to end with \p exitCode: after help, or after an error that
+///         is already on standard error.
+std::optional<Options> ParseOptions(const std::vector<std::string>& arguments, int& exitCode);
+
+}  // namespace Hvctl
