@@ -8,16 +8,13 @@
 #include <cwchar>
 #include <cwctype>
 
+#include <share.h>
+
 using errno_t = int;
 using __time64_t = std::time_t;
 
 /// The count that asks for as much as fits.
 #define _TRUNCATE (static_cast<std::size_t>(-1))
-
-#define _SH_DENYRW 0x10
-#define _SH_DENYWR 0x20
-#define _SH_DENYRD 0x30
-#define _SH_DENYNO 0x40
 
 int _vsnwprintf_s(wchar_t* buffer, std::size_t size, std::size_t count, const wchar_t* format,
                   va_list arguments);

@@ -15,6 +15,7 @@
 #include <msi.h>
 #include <msiquery.h>
 #include <security.h>
+#include <share.h>
 #include <shellapi.h>
 #include <shlobj.h>
 #include <shlwapi.h>

@@ -1,0 +1,85 @@
+#include "core/log_file.h"
+
+#include <cstddef>
+
+#include "core/temp_directory.h"
+#include "core/text.h"
+#include "core/version.h"
+#include "host/windows_api.h"
+
+namespace Halvard {
+namespace {
+
+/// More than the longest line takes: 4,095 characters of up to four bytes, and the prefix. A whole
+/// line then leaves the process in one write, also beside a second instance.
+constexpr std::size_t kStreamBuffer = 32 * 1024;
+
+constexpr std::size_t kPieceSize = 64;
+
+/// One formatted piece of the prefix, appended to \p prefix. False when it doesn't fit.
+template <typename... Values>
+bool AppendPiece(std::wstring& prefix, const wchar_t* format, Values... values) {
+  wchar_t piece[kPieceSize] = {};
+  if (_snwprintf_s(piece, kPieceSize, _TRUNCATE, format, values...) < 0) return false;
+  prefix += piece;
+  return true;
+}
+
+/// "2026-01-31 12:00:00.123Z| halvard-14510545| I: ", or nothing.
+std::wstring LinePrefix(const std::wstring& logName, char level) {
+  FILETIME now = {};
+  SYSTEMTIME utc = {};
+  GetSystemTimeAsFileTime(&now);
+  if (!FileTimeToSystemTime(&now, &utc)) return {};
+  std::wstring prefix;
+  const bool whole =
+      AppendPiece(prefix, L"%04d-%02d-%02d %02d:%02d:%02d", int{utc.wYear}, int{utc.wMonth},
+                  int{utc.wDay}, int{utc.wHour}, int{utc.wMinute}, int{utc.wSecond}) &&
+      AppendPiece(prefix, L".%03dZ", int{utc.wMilliseconds}) &&
+      AppendPiece(prefix, L"| %s-%hs| %c: ", logName.c_str(), kNarrowBuild,
+                  static_cast<wchar_t>(level));
+  return whole ? prefix : std::wstring();
+}
+
+}  // namespace
+
+LogFile gLogFile;
+
+bool LogFile::Enter() {
+  const std::lock_guard lock(mutex_);
+  if (!OpenIfNeeded()) return false;
+  ++scopes_;
+  return true;
+}
+
+bool LogFile::OpenIfNeeded() {
+  if (stream_ != nullptr) return true;
+  const std::wstring folder = GetTempDirectory();
+  if (folder.empty()) return false;
+  // Shared with everyone: the log is read, copied and zipped while it is open.
+  stream_ = _wfsopen((folder + L"halvard.log").c_str(), L"at", _SH_DENYNO);
+  if (stream_ != nullptr) (void)std::setvbuf(stream_, nullptr, _IOFBF, kStreamBuffer);
+  return true;
+}
+
+void LogFile::Leave() {
+  const std::lock_guard lock(mutex_);
+  if (--scopes_ > 0 || stream_ == nullptr) return;
+  (void)std::fclose(stream_);
+  stream_ = nullptr;
+}
+
+void LogFile::Write(const std::string& line) {
+  const std::lock_guard lock(mutex_);
+  if (stream_ == nullptr) return;
+  const std::string whole = line + "\n";
+  (void)std::fwrite(whole.data(), 1, whole.size(), stream_);
+  (void)std::fflush(stream_);
+}
+
+std::string FormatLogLine(const std::wstring& logName, char level, std::wstring message) {
+  if (message.ends_with(L'\n')) message.pop_back();
+  return WideToUtf8(LinePrefix(logName, level) + message);
+}
+
+}  // namespace Halvard

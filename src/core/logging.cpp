@@ -1,0 +1,84 @@
+#include "core/logging.h"
+
+#include <cstdarg>
+#include <cstddef>
+#include <utility>
+
+#include "core/environment.h"
+#include "core/log_file.h"
+#include "host/windows_api.h"
+
+namespace Halvard {
+namespace {
+
+constexpr std::size_t kMessageSize = 4096;
+
+/// \return The formatted message, cut to the buffer; empty when nothing is to be written.
+std::wstring FormatMessageText(const wchar_t* format, std::va_list arguments) {
+  wchar_t buffer[kMessageSize] = {};
+  const int written = _vsnwprintf_s(buffer, kMessageSize, _TRUNCATE, format, arguments);
+  const std::size_t length = std::char_traits<wchar_t>::length(buffer);
+  // A message that was cut answers -1 with the buffer full; every other result of zero or less is
+  // a message that couldn't be made.
+  const bool wasCut = written < 0 && length == kMessageSize - 1;
+  return written > 0 || wasCut ? std::wstring(buffer, length) : std::wstring();
+}
+
+void WriteMessage(const std::wstring& logName, char level, const wchar_t* format,
+                  std::va_list arguments) {
+  std::wstring message = FormatMessageText(format, arguments);
+  if (message.empty()) return;
+  gLogFile.Write(FormatLogLine(logName, level, std::move(message)));
+}
+
+/// Asked once, at the first debug line of the process; the variable isn't looked at again.
+bool DebugLinesAreOn() {
+  static const bool on = EnvironmentVariableHoldsValue(L"KVS_HV_DEBUG");
+  return on;
+}
+
+}  // namespace
+
+LogScope::LogScope(std::wstring functionName, std::wstring logName) : counted_(gLogFile.Enter()) {
+  if (!counted_) return;
+  logName_ = logName.empty() ? L"halvard" : std::move(logName);
+  functionName_ = std::move(functionName);
+  if (!functionName_.empty()) Info(L"Entering function: %ws", functionName_.c_str());
+}
+
+LogScope::~LogScope() {
+  if (!counted_) return;
+  if (!functionName_.empty()) Info(L"Leaving function: %ws", functionName_.c_str());
+  gLogFile.Leave();
+}
+
+void LogScope::Info(const wchar_t* format, ...) {
+  std::va_list arguments;
+  va_start(arguments, format);
+  WriteMessage(logName_, 'I', format, arguments);
+  va_end(arguments);
+}
+
+void LogScope::Warn(const wchar_t* format, ...) {
+  std::va_list arguments;
+  va_start(arguments, format);
+  WriteMessage(logName_, 'W', format, arguments);
+  va_end(arguments);
+}
+
+void LogScope::Error(const wchar_t* format, ...) {
+  std::va_list arguments;
+  va_start(arguments, format);
+  WriteMessage(logName_, 'E', format, arguments);
+  va_end(arguments);
+}
+
+void LogScope::Debug(const wchar_t* format, ...) {
+  if (!DebugLinesAreOn()) return;
+  std::va_list arguments;
+  va_start(arguments, format);
+  WriteMessage(logName_, 'D', format, arguments);
+  va_end(arguments);
+}
+
+}  // namespace Halvard
