@@ -1,0 +1,153 @@
+#include "machine/description.h"
+
+#include <json/reader.h>
+
+#include <chrono>
+#include <cstdio>
+#include <fstream>
+
+#include "machine/schema_check.h"
+
+namespace Lab {
+namespace {
+
+constexpr std::wstring_view kAdministrators = L"S-1-5-32-544";
+
+std::wstring Wide(const Json::Value& text) { return ToWide(text.asString()); }
+
+void AddVariables(const Json::Value& variables, Variables& all) {
+  for (const std::string& name : variables.getMemberNames()) {
+    all[ToWide(name)] = Wide(variables[name]);
+  }
+}
+
+void ReadUser(const Json::Value& user, Description& description) {
+  description.userName = Wide(user["name"]);
+  description.userSid = Wide(user["sid"]);
+  const bool elevated = user.get("elevated", true).asBool();
+  for (const Json::Value& sid : user["groups"]) {
+    description.groups.push_back({Wide(sid), !elevated && Wide(sid) == kAdministrators});
+  }
+}
+
+void ReadProgram(const Json::Value& program, Description& description) {
+  description.programPath = Wide(program["path"]);
+  const std::wstring& path = description.programPath;
+  const std::size_t end = path.rfind(L'\\');
+  description.currentDirectory = program.isMember("currentDirectory")
+                                     ? Wide(program["currentDirectory"])
+                                     : path.substr(0, end == 2 ? 3 : end);
+}
+
+void ReadEnvironment(const Json::Value& environment, Description& description) {
+  AddVariables(environment["system"], description.systemVariables);
+  for (const char* part : {"system", "user", "process"}) {
+    AddVariables(environment[part], description.processVariables);
+  }
+}
+
+void ReadProducts(const Json::Value& products, Description& description) {
+  for (const std::string& code : products.getMemberNames()) {
+    Product product{ToWide(code), Wide(products[code]["upgradeCode"]), {}};
+    const Json::Value& properties = products[code]["properties"];
+    for (const std::string& name : properties.getMemberNames()) {
+      product.properties[ToWide(name)] = Wide(properties[name]);
+    }
+    description.products.push_back(std::move(product));
+  }
+}
+
+std::uint32_t TcpState(const std::string& name) {
+  constexpr std::uint32_t kListening = 2, kEstablished = 5, kTimeWait = 11;
+  if (name == "established") return kEstablished;
+  return name == "timeWait" ? kTimeWait : kListening;
+}
+
+std::vector<EndPoint> ReadEndPoints(const Json::Value& list) {
+  std::vector<EndPoint> endPoints;
+  for (const Json::Value& entry : list) {
+    endPoints.push_back({ToWide(entry.get("address", "0.0.0.0").asString()),
+                         static_cast<std::uint16_t>(entry["port"].asUInt()),
+                         TcpState(entry.get("state", "listening").asString())});
+  }
+  return endPoints;
+}
+
+/// \return 100 ns since 1601; nothing when there is no such day or time.
+std::optional<std::uint64_t> ParseTime(const std::string& text) {
+  using namespace std::chrono;
+  int year = 0;
+  unsigned month = 0, day = 0, hour = 0, minute = 0, second = 0, millisecond = 0;
+  std::sscanf(text.c_str(), "%d-%u-%uT%u:%u:%u.%u", &year, &month, &day, &hour, &minute, &second,
+              &millisecond);
+  const year_month_day date{std::chrono::year(year), std::chrono::month(month),
+                            std::chrono::day(day)};
+  if (year < 1601 || !date.ok() || hour > 23 || minute > 59 || second > 59) return std::nullopt;
+  constexpr sys_days kBegin{std::chrono::year(1601) / January / 1};
+  const milliseconds since = sys_days(date) - kBegin + hours(hour) + minutes(minute) +
+                             seconds(second) + milliseconds(millisecond);
+  return static_cast<std::uint64_t>(since.count()) * 10'000;
+}
+
+Fault ReadFault(const Json::Value& entry) {
+  Fault fault;
+  fault.function = entry["function"].asString();
+  fault.call = entry.get("call", 0).asUInt();
+  fault.from = entry.get("from", 1).asUInt();
+  fault.match = ToWide(entry.get("match", "").asString());
+  fault.error = entry["error"].asUInt();
+  return fault;
+}
+
+}  // namespace
+
+Json::Value ReadJson(const std::filesystem::path& file) {
+  std::ifstream in(file, std::ios::binary);
+  if (!in) throw MachineError(file.string() + ": can't be read");
+  Json::CharReaderBuilder builder;
+  Json::CharReaderBuilder::strictMode(&builder.settings_);
+  builder["collectComments"] = false;
+  Json::Value document;
+  std::string errors;
+  if (Json::parseFromStream(builder, in, &document, &errors)) return document;
+  // "* Line 3, Column 5\n  Missing ..." over several lines.
+  std::string line = errors.substr(0, errors.find_last_not_of('\n') + 1);
+  for (std::size_t end = line.find('\n'); end != std::string::npos; end = line.find('\n')) {
+    line.replace(end, 1, ";");
+  }
+  throw MachineError(file.string() + ": not a JSON document: " + line);
+}
+
+Description ParseDescription(const Json::Value& document, const std::filesystem::path& file) {
+  if (const auto fault = FindSchemaFault(document)) {
+    throw MachineError(file.string() + ": " + *fault);
+  }
+  Description description;
+  description.computerName = Wide(document["computer"]["name"]);
+  description.uiLanguage =
+      static_cast<std::uint16_t>(document["computer"].get("uiLanguage", 1033).asUInt());
+  description.sessionId = document["computer"].get("session", 1).asUInt();
+  ReadUser(document["user"], description);
+  ReadProgram(document["program"], description);
+  ReadEnvironment(document["environment"], description);
+  for (const std::string& name : document["knownFolders"].getMemberNames()) {
+    description.knownFolders[name] = Wide(document["knownFolders"][name]);
+  }
+  ReadProducts(document["products"], description);
+  description.tcp = ReadEndPoints(document["ports"]["tcp"]);
+  description.udp = ReadEndPoints(document["ports"]["udp"]);
+  description.hostEndPoints = document["ports"].get("host", false).asBool();
+  description.clock.speed = document["clock"].get("speed", 1.0).asDouble();
+  if (document["clock"].isMember("startTime")) {
+    description.clock.startTime = ParseTime(document["clock"]["startTime"].asString());
+    if (!description.clock.startTime) {
+      throw MachineError(file.string() + ": /clock/startTime: expected a day and time that exist");
+    }
+  }
+  for (const Json::Value& entry : document["faults"]) {
+    description.faults.push_back(ReadFault(entry));
+  }
+  return description;
+}
+
+}  // namespace Lab

@@ -1,0 +1,84 @@
+// What machine.json says, in the types of the program. The schema beside the machines
+// (lab/machines/machine.schema.json) explains each member.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <json/value.h>
+
+#include "machine/clock.h"
+#include "machine/faults.h"
+#include "machine/text.h"
+
+namespace Lab {
+
+/// A machine can't be had as described. what() is one line for a person: the file, the place in the
+/// document and what was expected there.
+class MachineError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+using Variables = std::map<std::wstring, std::wstring, LessNoCase>;
+
+struct Product {
+  std::wstring productCode;
+  std::wstring upgradeCode;
+  std::map<std::wstring, std::wstring> properties;
+};
+
+struct Group {
+  std::wstring sid;  ///< "S-1-5-32-544"
+  /// Held only to be refused by: never a membership. The unelevated half of an administrator.
+  bool denyOnly = false;
+};
+
+struct EndPoint {
+  std::wstring address;  ///< IPv4, "0.0.0.0" for all.
+  std::uint16_t port = 0;
+  std::uint32_t state = 2;  ///< Of TCP, by the numbers of MIB_TCP_STATE.
+};
+
+struct Description {
+  std::wstring computerName;
+  std::uint16_t uiLanguage = 1033;
+  std::uint32_t sessionId = 1;
+
+  std::wstring userName;  ///< DOMAIN\user
+  std::wstring userSid;
+  std::vector<Group> groups;
+
+  std::wstring programPath;  ///< Where the agent's program lies.
+  std::wstring currentDirectory;
+
+  Variables systemVariables;
+  Variables processVariables;  ///< The agent's environment: system, user and its own, merged.
+
+  std::map<std::string, std::wstring> knownFolders;  ///< By name: "LocalAppData", "Desktop".
+  std::vector<Product> products;
+
+  std::vector<EndPoint> tcp;
+  std::vector<EndPoint> udp;
+  bool hostEndPoints = false;  ///< The tables hold what the host's kernel knows as well.
+
+  Clock::Settings clock;
+  std::vector<Fault> faults;
+};
+
+/// Reads a JSON document.
+/// \throw MachineError with line and column when it isn't one.
+Json::Value ReadJson(const std::filesystem::path& file);
+
+/// Tests a whole description (with nothing left to a base) against the schema, and what the schema
+/// can't tell.
+/// \param file  Named in messages only.
+/// \throw MachineError for the first fault found.
+Description ParseDescription(const Json::Value& document, const std::filesystem::path& file);
+
+}  // namespace Lab

@@ -1,0 +1,55 @@
+// The one Windows computer that this process runs on: an instance folder that holds
+//
+//   machine.json   the whole description
+//   drive_c/       and further drives: the machine's files
+//   registry.reg   the registry as it is now
+//   run/           what running processes share: locks, named objects
+#pragma once
+
+#include <atomic>
+#include <filesystem>
+
+#include "machine/clock.h"
+#include "machine/description.h"
+#include "machine/faults.h"
+#include "machine/registry.h"
+
+namespace Lab {
+
+class Machine {
+ public:
+  /// Opens the instance in \p folder.
+  /// \throw MachineError when it isn't one or its description is wrong.
+  explicit Machine(const std::filesystem::path& folder);
+
+  const std::filesystem::path& Folder() const { return folder_; }
+  std::filesystem::path RunFolder() const { return folder_ / "run"; }
+  const Description& Describe() const { return description_; }
+
+  Lab::Registry& Registry() { return registry_; }
+  FaultPlan& Faults() { return faults_; }
+  Lab::Clock& Clock() { return clock_; }
+
+  /// Calls of WSAStartup that no WSACleanup has undone yet.
+  std::atomic<int>& SocketStartups() { return socketStartups_; }
+
+ private:
+  std::filesystem::path folder_;
+  Description description_;
+  Lab::Registry registry_;
+  FaultPlan faults_;
+  Lab::Clock clock_;
+  std::atomic<int> socketStartups_{0};
+};
+
+/// The machine of this process. Opened at the first use from the folder that the environment
+/// variable HALVARD_LAB names; without one, or with a faulty one, the program says so on standard
+/// error and ends with exit code 3.
+Machine& TheMachine();
+
+/// Opens the instance in \p folder in place of the one before, for tests that run in this process.
+/// Objects behind handles stay; the older machine stays valid for threads that still use it.
+/// \throw MachineError
+Machine& OpenMachine(const std::filesystem::path& folder);
+
+}  // namespace Lab
