@@ -1,6 +1,7 @@
 // Owners of Windows resources: one template, and one traits struct for each kind of handle.
 #pragma once
 
+#include <cstdio>
 #include <utility>
 
 #include "host/windows_api.h"
@@ -53,5 +54,37 @@ struct HandleTraits {
   static void Release(Type handle) { CloseHandle(handle); }
 };
 using UniqueHandle = UniqueResource<HandleTraits>;
+
+/// Walks through the entries of a folder.
+struct FindTraits {
+  using Type = HANDLE;
+  static Type Invalid() { return INVALID_HANDLE_VALUE; }
+  static void Release(Type find) { FindClose(find); }
+};
+using UniqueFind = UniqueResource<FindTraits>;
+
+/// Keys of the registry that were opened; never the predefined ones.
+struct RegistryKeyTraits {
+  using Type = HKEY;
+  static Type Invalid() { return nullptr; }
+  static void Release(Type key) { RegCloseKey(key); }
+};
+using UniqueRegistryKey = UniqueResource<RegistryKeyTraits>;
+
+/// Texts that the shell allocated for the caller.
+struct TaskMemoryTraits {
+  using Type = PWSTR;
+  static Type Invalid() { return nullptr; }
+  static void Release(Type text) { CoTaskMemFree(text); }
+};
+using UniqueTaskMemory = UniqueResource<TaskMemoryTraits>;
+
+/// Streams of the C runtime.
+struct StreamTraits {
+  using Type = std::FILE*;
+  static Type Invalid() { return nullptr; }
+  static void Release(Type stream) { (void)std::fclose(stream); }
+};
+using UniqueStream = UniqueResource<StreamTraits>;
 
 }  // namespace Halvard::Host
