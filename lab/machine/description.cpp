@@ -137,6 +137,11 @@ Description ParseDescription(const Json::Value& document, const std::filesystem:
   description.tcp = ReadEndPoints(document["ports"]["tcp"]);
   description.udp = ReadEndPoints(document["ports"]["udp"]);
   description.hostEndPoints = document["ports"].get("host", false).asBool();
+  try {
+    description.adapters = ReadAdapters(document["adapters"]);
+  } catch (const std::invalid_argument& fault) {
+    throw MachineError(file.string() + ": " + fault.what());
+  }
   description.clock.speed = document["clock"].get("speed", 1.0).asDouble();
   if (document["clock"].isMember("startTime")) {
     description.clock.startTime = ParseTime(document["clock"]["startTime"].asString());

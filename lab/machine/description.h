@@ -12,6 +12,7 @@
 
 #include <json/value.h>
 
+#include "machine/adapters.h"
 #include "machine/clock.h"
 #include "machine/faults.h"
 #include "machine/text.h"
@@ -66,6 +67,8 @@ struct Description {
   std::vector<EndPoint> tcp;
   std::vector<EndPoint> udp;
   bool hostEndPoints = false;  ///< The tables hold what the host's kernel knows as well.
+
+  std::vector<Adapter> adapters;
 
   Clock::Settings clock;
   std::vector<Fault> faults;
