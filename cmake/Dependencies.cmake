@@ -1,9 +1,31 @@
-# Libraries that both builds link. The Windows build finds its own in the cache that
-# cmake/setup/build-windows-dependencies fills; its preset sets CMAKE_PREFIX_PATH.
+# Libraries that both builds link. What Debian doesn't package for a build is in the cache that
+# cmake/setup/build-dependencies fills, for the Windows build that is all of them.
+set(HALVARD_DEPENDENCY_SCRIPT ${CMAKE_SOURCE_DIR}/cmake/setup/build-dependencies)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${HALVARD_DEPENDENCY_SCRIPT})
+if(WIN32)
+  set(HALVARD_DEPENDENCY_TARGET windows)
+else()
+  set(HALVARD_DEPENDENCY_TARGET native)
+endif()
+execute_process(
+  COMMAND ${HALVARD_DEPENDENCY_SCRIPT} --prefix ${HALVARD_DEPENDENCY_TARGET}
+  OUTPUT_VARIABLE HALVARD_DEPENDENCY_PREFIX OUTPUT_STRIP_TRAILING_WHITESPACE
+  COMMAND_ERROR_IS_FATAL ANY)
+if(NOT EXISTS ${HALVARD_DEPENDENCY_PREFIX}/complete)
+  message(FATAL_ERROR "Libraries of the ${HALVARD_DEPENDENCY_TARGET} build are missing. "
+                      "Run: cmake/setup/build-dependencies ${HALVARD_DEPENDENCY_TARGET}")
+endif()
+list(PREPEND CMAKE_PREFIX_PATH ${HALVARD_DEPENDENCY_PREFIX})
+list(PREPEND CMAKE_FIND_ROOT_PATH ${HALVARD_DEPENDENCY_PREFIX})
+
 set(Boost_NO_WARN_NEW_VERSIONS ON)
 if(WIN32)
   set(Boost_USE_STATIC_LIBS ON)
   set(OPENSSL_USE_STATIC_LIBS ON)
+  # CMake's module doesn't look for these names in a cross build.
+  set(OPENSSL_ROOT_DIR ${HALVARD_DEPENDENCY_PREFIX})
+  set(OPENSSL_CRYPTO_LIBRARY ${HALVARD_DEPENDENCY_PREFIX}/lib/libcrypto.a)
+  set(OPENSSL_SSL_LIBRARY ${HALVARD_DEPENDENCY_PREFIX}/lib/libssl.a)
 else()
   set(Boost_USE_MULTITHREADED ON)
 endif()
