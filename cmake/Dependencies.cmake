@@ -31,7 +31,7 @@ else()
 endif()
 find_package(Threads REQUIRED)
 find_package(Boost 1.81 REQUIRED
-             COMPONENTS program_options log iostreams date_time system thread filesystem)
+             COMPONENTS program_options log iostreams date_time thread filesystem)
 find_package(OpenSSL 3.0 REQUIRED)
 find_package(jsoncpp REQUIRED)
 find_package(RapidJSON QUIET)

@@ -2,6 +2,7 @@
 set(HALVARD_SANITIZE "" CACHE STRING "Sanitizers for the whole build, as for -fsanitize=")
 option(HALVARD_COVERAGE "Count executed lines for gcovr" OFF)
 option(HALVARD_FUZZ "Build the fuzz targets with libFuzzer (needs clang)" OFF)
+set(HALVARD_FUZZ_SECONDS 60 CACHE STRING "How long a test of the fuzz preset runs its target")
 
 if(HALVARD_SANITIZE)
   add_compile_options(-fsanitize=${HALVARD_SANITIZE} -fno-omit-frame-pointer

@@ -1,6 +1,13 @@
-# halvard_add_test(NAME SOURCES ... LIBS ...): one GoogleTest program of the suite.
+# halvard_add_test(NAME SOURCES ... LIBS ...): one GoogleTest program of the suite. Each of its tests
+# is a test of CTest's, found when CTest starts.
 include(GoogleTest)
 find_package(GTest REQUIRED)
+
+if(CMAKE_CROSSCOMPILING)
+  # Every program that a build or a test runs; the prefix is this build's own.
+  set(CMAKE_CROSSCOMPILING_EMULATOR
+      ${CMAKE_SOURCE_DIR}/cmake/run-under-wine ${CMAKE_BINARY_DIR}/wine)
+endif()
 
 function(halvard_add_test name)
   cmake_parse_arguments(TEST "" "" "SOURCES;LIBS" ${ARGN})
@@ -9,5 +16,6 @@ function(halvard_add_test name)
                         halvard_warnings)
   set_target_properties(${name} PROPERTIES
     RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
-  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST TEST_PREFIX ${name}.)
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120
+                       TEST_PREFIX ${name}.)
 endfunction()
