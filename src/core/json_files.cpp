@@ -9,14 +9,6 @@
 namespace Halvard {
 namespace {
 
-/// A mapped view of a file, and the mapping behind it.
-struct ViewTraits {
-  using Type = const void*;
-  static Type Invalid() { return nullptr; }
-  static void Release(Type view) { UnmapViewOfFile(view); }
-};
-using UniqueView = Host::UniqueResource<ViewTraits>;
-
 DWORD WriteWhole(HANDLE file, const std::string& text) {
   DWORD written = 0;
   if (!WriteFile(file, text.data(), static_cast<DWORD>(text.size()), &written, nullptr)) {
@@ -36,7 +28,7 @@ DWORD SaveText(const std::wstring& path, const std::string& text,
 DWORD ParseMappedFile(HANDLE file, std::size_t size, Json::Value& out) {
   const Host::UniqueHandle mapping(CreateFileMappingW(file, nullptr, PAGE_READONLY, 0, 0, nullptr));
   if (!mapping) return GetLastError();
-  const UniqueView view(MapViewOfFile(mapping.Get(), FILE_MAP_READ, 0, 0, 0));
+  const Host::UniqueView view(MapViewOfFile(mapping.Get(), FILE_MAP_READ, 0, 0, 0));
   if (!view) return GetLastError();
   const std::string_view text(static_cast<const char*>(view.Get()), size);
   return ParseJson(text, out) ? DWORD{ERROR_SUCCESS} : DWORD{ERROR_INVALID_DATA};

@@ -87,4 +87,20 @@ struct StreamTraits {
 };
 using UniqueStream = UniqueResource<StreamTraits>;
 
+/// Views of mapped files.
+struct ViewTraits {
+  using Type = const void*;
+  static Type Invalid() { return nullptr; }
+  static void Release(Type view) { UnmapViewOfFile(view); }
+};
+using UniqueView = UniqueResource<ViewTraits>;
+
+/// Security identifiers that AllocateAndInitializeSid made.
+struct SidTraits {
+  using Type = PSID;
+  static Type Invalid() { return nullptr; }
+  static void Release(Type sid) { FreeSid(sid); }
+};
+using UniqueSid = UniqueResource<SidTraits>;
+
 }  // namespace Halvard::Host

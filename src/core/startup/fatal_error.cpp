@@ -1,0 +1,23 @@
+#include "core/startup/fatal_error.h"
+
+#include "core/console.h"
+#include "core/logging.h"
+#include "core/messages.h"
+#include "core/property_store.h"
+
+namespace Halvard {
+
+std::wstring ShowAndStoreError(unsigned int id, const std::vector<std::wstring>& arguments) {
+  PrintLine(GetLocalizedString(id, arguments));
+  const std::wstring english = GetLocalizedStringIn(id, arguments, "en");
+  gProperties[L"HV_INIT_ERROR"] = english;
+  return english;
+}
+
+void ReportFatal(const wchar_t* logFormat, unsigned int id,
+                 const std::vector<std::wstring>& arguments) {
+  LogScope log;
+  log.Error(logFormat, ShowAndStoreError(id, arguments).c_str());
+}
+
+}  // namespace Halvard

@@ -1,0 +1,153 @@
+#include "core/startup/session.h"
+
+#include <cstdint>
+
+#include "core/console.h"
+#include "core/environment.h"
+#include "core/logging.h"
+#include "core/messages.h"
+#include "core/property_store.h"
+#include "core/server_lifetime.h"
+#include "core/startup/deployment_size.h"
+#include "core/startup/fatal_error.h"
+#include "core/startup/operator_console.h"
+#include "core/startup/port_choice.h"
+#include "core/startup/settings_summary.h"
+#include "core/text.h"
+#include "discovery/coinstalled_extensions.h"
+#include "discovery/installed_products.h"
+#include "discovery/update_manager_record.h"
+#include "host/registry.h"
+#include "host/windows_api.h"
+#include "serverclient/inventory_size.h"
+
+namespace Halvard {
+namespace {
+
+bool HasKelvaneServer(const Session& session) {
+  return session.migrationType == L"management" || session.migrationType == L"embedded";
+}
+
+bool DiscoverSource(Session& session) {
+  if (!Discovery::DiscoverInstalledProducts()) return false;
+  session.migrationType = gProperties[L"MIGRATION_TYPE"].Value();
+  // Not there yet: taking the snapshot of the network adapters for the rest of the run.
+  return true;
+}
+
+bool ReadTumInfo(Session& session) {
+  if (!Discovery::RetrieveTumInfoFromRegistry(session.tumInfo)) {
+    ReportFatal(L"wmain: %s", 1165);
+    return false;
+  }
+  Discovery::SetRequiredTumProperties(session.tumInfo);
+  return true;
+}
+
+/// What a migration of this type needs to know of the machine beyond its products.
+bool ExamineSource(Session& session) {
+  if (session.migrationType == L"infrastructure") {
+    if (Discovery::DiscoverExtensionsWithSSO()) return true;
+    PrintLine(GetLocalizedString(1045));
+    return false;
+  }
+  if (session.migrationType == L"tum") return ReadTumInfo(session);
+  // Not there yet: asking for the account of the Kelvane Server service, which is kvSaUser then.
+  return true;
+}
+
+bool DeriveAdministrator(Session& session) {
+  UserInput& input = session.input;
+  if (gProperties[L"RIMSAWIN_INSTALLED"] == L"1") {
+    const std::wstring domain = Host::GetInstallParameter(L"ostreldir.domain-name");
+    if (domain.empty()) {
+      ReportFatal(L"wmain: %s", 1131);
+      return false;
+    }
+    input.ssoUser = L"Administrator@" + domain;
+  } else if (session.migrationType == L"tum") {
+    input.ssoUser = session.tumInfo.kvUserName;
+  } else {
+    input.ssoUser = std::wstring(L"Administrator@") + DefaultSsoDomain;
+  }
+  return true;
+}
+
+bool TakeInput(Session& session) {
+  return session.argc == 1 ? CollectRequiredUserInput(session.input, session.tumInfo)
+                           : ValidateCommandLineInput(session.input, session.tumInfo);
+}
+
+void AskToKeepConsoleOpen() {
+  PrintLine();
+  Print(RuleLine());
+  PrintLine(kIndent + GetLocalizedString(1181));
+  PrintLine(RuleLine());
+}
+
+void StoreAdministrator(const Session& session) {
+  gProperties[L"SSO_USERNAME"] = session.input.ssoUser;
+  gProperties[L"SSO_PASSWORD"] = session.input.ssoPassword;
+}
+
+/// A failed query doesn't stop the run: it counts as an empty inventory.
+bool SizeInventory(const Session& session) {
+  if (!HasKelvaneServer(session)) return true;
+  LogScope log;
+  std::int32_t hosts = 0;
+  std::int32_t machines = 0;
+  const int port = _wtoi(gProperties[L"KV_HTTPS_PORT"].Value().c_str());
+  if (!ServerClient::GetInventorySize("localhost", port, "", "", WideToUtf8(session.input.ssoUser),
+                                      WideToUtf8(session.input.ssoPassword), hosts, machines)) {
+    PrintLine(GetLocalizedString(1059));
+  }
+  log.Info(L"wmain: Inventory size retrieved. Num of Hosts: %d, Num of VMs: %d", hosts, machines);
+  return SetDeploymentSize(hosts, machines);
+}
+
+/// A stop for whoever wants to look at the machine before the checks run.
+void PauseForDebugging() {
+  if (!EnvironmentVariableExists(L"HV_DEBUG_PAUSE")) return;
+  PrintLine(GetLocalizedString(1022));
+  Print(GetLocalizedString(1015));
+  (void)ReadLine();
+}
+
+void AnnounceService(const Session& session) {
+  PrintSettingsAndSteps(session.tumInfo);
+  PrintLine();
+  PrintLine(GetLocalizedString(1021));
+  gProperties[L"HV_INIT_ERROR"] = L"";
+  // Not there yet: the status file, which tells whoever started the agent that it is ready.
+}
+
+}  // namespace
+
+bool StartSession(Session& session) {
+  if (!DiscoverSource(session)) return false;
+  if (!ExamineSource(session)) return false;
+  if (!DeriveAdministrator(session)) return false;
+  if (!TakeInput(session)) return false;
+  if (!PickHVPort(session.input)) return false;
+  AskToKeepConsoleOpen();
+  // Not there yet: extracting the runner.
+  StoreAdministrator(session);
+  if (!SizeInventory(session)) return false;
+  PauseForDebugging();
+  // Not there yet: the checks before the migration.
+  // Not there yet, for all but the update manager: the network to migrate, and its gateway.
+  // Not there yet: the certificate, whose thumbprint becomes HV_THUMBPRINT.
+  // Not there yet: the opening in the firewall.
+  // Not there yet: the HTTPS server.
+  // Not there yet, for the update manager: the temporary extension of its Kelvane Server.
+  AnnounceService(session);
+  return true;
+}
+
+void ServeUntilStopped(Session& /*session*/) {
+  JoinServer();
+  // Not there yet, for the update manager: the removal of the temporary extension.
+  DestroyServer();
+}
+
+}  // namespace Halvard

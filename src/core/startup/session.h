@@ -1,0 +1,33 @@
+// One run of the agent, step by step.
+#pragma once
+
+#include <string>
+
+#include "core/user_input.h"
+
+namespace Halvard {
+
+/// What a run's steps hand on. Its end undoes what the steps have set up.
+struct Session {
+  explicit Session(int argumentCount) : argc(argumentCount) {}
+
+  /// The process's count of arguments, the program's name included: with 1 the operator is asked.
+  int argc;
+  UserInput input;
+  TumInfo tumInfo;
+  /// MIGRATION_TYPE as discovery left it. Every later decision of start-up goes by this copy.
+  std::wstring migrationType;
+
+  // Not there yet, to be held here so that they end in the reverse of this order: the network
+  // adapters, the extracted runner, the opening in the firewall, the server's scheduler.
+};
+
+/// Runs every step from discovery to the announcement that the migration may begin.
+/// \return False when a step failed. The step has told the operator, and left the English text in
+///         HV_INIT_ERROR where it has one.
+bool StartSession(Session& session);
+
+/// Waits until the server has been stopped, and takes back what StartSession left elsewhere.
+void ServeUntilStopped(Session& session);
+
+}  // namespace Halvard

@@ -1,0 +1,31 @@
+#include "core/text.h"
+
+#include <gtest/gtest.h>
+
+namespace Halvard {
+namespace {
+
+TEST(Text, EmptyStaysEmpty) {
+  EXPECT_EQ(WideToUtf8(L""), "");
+  EXPECT_EQ(Utf8ToWide(""), L"");
+}
+
+TEST(Text, GoesToUtf8AndBack) {
+  const std::wstring wide = L"Zürich \u6771\u4eac \U0001F511";
+  EXPECT_EQ(WideToUtf8(wide), "Z\xC3\xBCrich \xE6\x9D\xB1\xE4\xBA\xAC \xF0\x9F\x94\x91");
+  EXPECT_EQ(Utf8ToWide(WideToUtf8(wide)), wide);
+}
+
+TEST(Text, WhatIsNoCharacterBecomesTheReplacementCharacter) {
+  EXPECT_EQ(Utf8ToWide("a\xFF" "b"), L"a\uFFFD" L"b");
+  EXPECT_EQ(WideToUtf8(std::wstring(1, static_cast<wchar_t>(0xD800))), "\xEF\xBF\xBD");
+}
+
+TEST(Text, KeepsZeroCharacters) {
+  const std::wstring wide(L"a\0b", 3);
+  EXPECT_EQ(WideToUtf8(wide), std::string("a\0b", 3));
+  EXPECT_EQ(Utf8ToWide(std::string("a\0b", 3)), wide);
+}
+
+}  // namespace
+}  // namespace Halvard
