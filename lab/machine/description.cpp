@@ -63,12 +63,14 @@ std::uint32_t TcpState(const std::string& name) {
   return name == "timeWait" ? kTimeWait : kListening;
 }
 
-std::vector<EndPoint> ReadEndPoints(const Json::Value& list) {
+/// Reads {"0.0.0.0:443": "listening"}.
+std::vector<EndPoint> ReadEndPoints(const Json::Value& states) {
   std::vector<EndPoint> endPoints;
-  for (const Json::Value& entry : list) {
-    endPoints.push_back({ToWide(entry.get("address", "0.0.0.0").asString()),
-                         static_cast<std::uint16_t>(entry["port"].asUInt()),
-                         TcpState(entry.get("state", "listening").asString())});
+  for (const std::string& name : states.getMemberNames()) {
+    const std::size_t colon = name.find(':');
+    endPoints.push_back({ToWide(name.substr(0, colon)),
+                         static_cast<std::uint16_t>(std::stoul(name.substr(colon + 1))),
+                         TcpState(states[name].asString())});
   }
   return endPoints;
 }
@@ -121,6 +123,10 @@ Json::Value ReadJson(const std::filesystem::path& file) {
 Description ParseDescription(const Json::Value& document, const std::filesystem::path& file) {
   if (const auto fault = FindSchemaFault(document)) {
     throw MachineError(file.string() + ": " + *fault);
+  }
+  if (document.isMember("base")) {
+    throw MachineError(file.string() +
+                       ": /base: expected none in an instance; lab-machine start makes one");
   }
   Description description;
   description.computerName = Wide(document["computer"]["name"]);

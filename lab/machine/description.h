@@ -15,7 +15,7 @@
 #include "machine/adapters.h"
 #include "machine/clock.h"
 #include "machine/faults.h"
-#include "machine/text.h"
+#include "machine/variables.h"
 
 namespace Lab {
 
@@ -25,8 +25,6 @@ class MachineError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
-
-using Variables = std::map<std::wstring, std::wstring, LessNoCase>;
 
 struct Product {
   std::wstring productCode;
@@ -43,7 +41,7 @@ struct Group {
 struct EndPoint {
   std::wstring address;  ///< IPv4, "0.0.0.0" for all.
   std::uint16_t port = 0;
-  std::uint32_t state = 2;  ///< Of TCP, by the numbers of MIB_TCP_STATE.
+  std::uint32_t state = 2;  ///< By the numbers of MIB_TCP_STATE; of no meaning for UDP.
 };
 
 struct Description {

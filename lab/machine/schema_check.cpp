@@ -3,6 +3,7 @@
 #include <json/reader.h>
 
 #include <memory>
+#include <regex>
 #include <string_view>
 #include <valijson/adapters/jsoncpp_adapter.hpp>
 #include <valijson/schema.hpp>
@@ -56,6 +57,8 @@ const Json::Value& SchemaAt(const std::vector<std::string>& path) {
       node = &named;
     } else if (above["items"].isObject()) {
       node = &above["items"];
+    } else if (above["patternProperties"].isObject()) {
+      node = &*above["patternProperties"].begin();
     } else {
       node = &above["additionalProperties"];
     }
@@ -78,12 +81,16 @@ const ValidationResults::Error& Innermost(const ValidationResults& results) {
   return *innermost;
 }
 
-/// \return A member of \p object that its schema doesn't know.
+/// \return A member of \p object that its schema doesn't allow by name.
 std::optional<std::string> UnknownMember(const Json::Value& object, const Json::Value& schema) {
-  if (!object.isObject() || schema["additionalProperties"] != Json::Value(false))
+  if (!object.isObject() || schema["additionalProperties"] != Json::Value(false)) {
     return std::nullopt;
+  }
+  const Json::Value& patterns = schema["patternProperties"];
   for (const std::string& name : object.getMemberNames()) {
-    if (!schema["properties"].isMember(name)) return name;
+    const bool fits = patterns.isObject() &&
+                      std::regex_search(name, std::regex(patterns.getMemberNames().front()));
+    if (!fits && !schema["properties"].isMember(name)) return name;
   }
   return std::nullopt;
 }
@@ -99,6 +106,7 @@ const Json::Value& ValueAt(const Json::Value& document, const std::vector<std::s
 }
 
 std::string KnownMembers(const Json::Value& schema) {
+  if (schema["patternProperties"].isObject()) return schema["$comment"].asString();
   std::string joined;
   for (const std::string& name : schema["properties"].getMemberNames()) {
     joined += (joined.empty() ? "" : ", ") + name;

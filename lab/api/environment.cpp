@@ -1,0 +1,45 @@
+#include <string>
+#include <string_view>
+
+#include "machine/call.h"
+#include "machine/machine.h"
+#include "machine/variables.h"
+#include "processenv.h"
+#include "userenv.h"
+#include "winerror.h"
+
+DWORD WINAPI GetEnvironmentVariableW(LPCWSTR name, LPWSTR buffer, DWORD bufferLength) {
+  LAB_SUPPORTS(name != nullptr);
+  const Lab::Call call("GetEnvironmentVariableW", name);
+  if (call.FailsByPlan()) return 0;
+  LAB_SUPPORTS(buffer != nullptr || bufferLength == 0);
+  const Lab::Variables& variables = Lab::TheMachine().Describe().processVariables;
+  const auto variable = variables.find(std::wstring_view(name));
+  if (variable == variables.end()) {
+    SetLastError(ERROR_ENVVAR_NOT_FOUND);
+    return 0;
+  }
+  const std::wstring& value = variable->second;
+  if (bufferLength <= value.size()) return static_cast<DWORD>(value.size() + 1);
+  value.copy(buffer, value.size());
+  buffer[value.size()] = L'\0';
+  return static_cast<DWORD>(value.size());
+}
+
+BOOL WINAPI ExpandEnvironmentStringsForUserW(HANDLE token, LPCWSTR source, LPWSTR target,
+                                             DWORD targetLength) {
+  LAB_SUPPORTS(source != nullptr && target != nullptr);
+  const Lab::Call call("ExpandEnvironmentStringsForUserW", source);
+  if (call.FailsByPlan()) return FALSE;
+  // Without a token only the variables of the system are known.
+  LAB_SUPPORTS(token == nullptr);
+  const std::wstring text =
+      Lab::ExpandVariables(source, Lab::TheMachine().Describe().systemVariables);
+  if (text.size() >= targetLength) {
+    SetLastError(ERROR_INSUFFICIENT_BUFFER);
+    return FALSE;
+  }
+  text.copy(target, text.size());
+  target[text.size()] = L'\0';
+  return TRUE;
+}

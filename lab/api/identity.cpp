@@ -1,0 +1,97 @@
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <string>
+#include <utility>
+
+#include "machine/call.h"
+#include "machine/machine.h"
+#include "secext.h"
+#include "securitybaseapi.h"
+#include "winerror.h"
+
+namespace {
+
+constexpr BYTE kMostSubAuthorities = 8;
+
+std::size_t SidBytes(BYTE subAuthorities) {
+  return offsetof(SID, SubAuthority) + subAuthorities * sizeof(DWORD);
+}
+
+/// \return The SID as people write it: S-1-5-32-544.
+std::wstring SidText(const SID& sid) {
+  std::uint64_t authority = 0;
+  for (const BYTE byte : sid.IdentifierAuthority.Value) authority = authority << 8 | byte;
+  std::wstring text = L"S-1-" + std::to_wstring(authority);
+  const auto* subAuthority = reinterpret_cast<const BYTE*>(&sid) + offsetof(SID, SubAuthority);
+  for (BYTE i = 0; i < sid.SubAuthorityCount; ++i, subAuthority += sizeof(DWORD)) {
+    DWORD value = 0;
+    std::memcpy(&value, subAuthority, sizeof value);
+    text += L'-' + std::to_wstring(value);
+  }
+  return text;
+}
+
+}  // namespace
+
+BOOLEAN WINAPI GetUserNameExW(EXTENDED_NAME_FORMAT format, LPWSTR name, PULONG nameLength) {
+  const Lab::Call call("GetUserNameExW");
+  if (call.FailsByPlan()) return FALSE;
+  LAB_SUPPORTS(format == NameSamCompatible);
+  LAB_SUPPORTS(nameLength != nullptr);
+  const std::wstring& user = Lab::TheMachine().Describe().userName;
+  const ULONG room = *nameLength;
+  if (name == nullptr || room <= user.size()) {
+    *nameLength = static_cast<ULONG>(user.size() + 1);
+    SetLastError(ERROR_MORE_DATA);
+    return FALSE;
+  }
+  user.copy(name, user.size());
+  name[user.size()] = L'\0';
+  *nameLength = static_cast<ULONG>(user.size());
+  return TRUE;
+}
+
+BOOL WINAPI AllocateAndInitializeSid(PSID_IDENTIFIER_AUTHORITY authority, BYTE subAuthorityCount,
+                                     DWORD subAuthority0, DWORD subAuthority1, DWORD subAuthority2,
+                                     DWORD subAuthority3, DWORD subAuthority4, DWORD subAuthority5,
+                                     DWORD subAuthority6, DWORD subAuthority7, PSID* sid) {
+  const Lab::Call call("AllocateAndInitializeSid");
+  if (call.FailsByPlan()) return FALSE;
+  LAB_SUPPORTS(authority != nullptr && sid != nullptr);
+  if (subAuthorityCount > kMostSubAuthorities) {
+    SetLastError(ERROR_INVALID_SID);
+    return FALSE;
+  }
+  void* const memory = ::operator new(SidBytes(kMostSubAuthorities));
+  SID* const made = new (memory) SID{SID_REVISION, subAuthorityCount, *authority, {}};
+  const DWORD values[kMostSubAuthorities] = {subAuthority0, subAuthority1, subAuthority2,
+                                             subAuthority3, subAuthority4, subAuthority5,
+                                             subAuthority6, subAuthority7};
+  std::memcpy(static_cast<BYTE*>(memory) + offsetof(SID, SubAuthority), values,
+              subAuthorityCount * sizeof(DWORD));
+  *sid = made;
+  return TRUE;
+}
+
+BOOL WINAPI CheckTokenMembership(HANDLE token, PSID sid, PBOOL isMember) {
+  const Lab::Call call("CheckTokenMembership");
+  if (call.FailsByPlan()) return FALSE;
+  LAB_SUPPORTS(token == nullptr);
+  LAB_SUPPORTS(sid != nullptr && isMember != nullptr);
+  const Lab::Description& machine = Lab::TheMachine().Describe();
+  const std::wstring wanted = SidText(*static_cast<const SID*>(sid));
+  *isMember =
+      wanted == machine.userSid ||
+      std::any_of(machine.groups.begin(), machine.groups.end(),
+                  [&](const Lab::Group& group) { return group.sid == wanted && !group.denyOnly; });
+  return TRUE;
+}
+
+PVOID WINAPI FreeSid(PSID sid) {
+  const Lab::Call call("FreeSid");
+  if (call.FailsByPlan()) return sid;
+  ::operator delete(sid);
+  return nullptr;
+}
