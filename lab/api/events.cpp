@@ -1,0 +1,70 @@
+// Event objects: flags that one thread sets and others wait for.
+#include <memory>
+#include <system_error>
+
+#include "machine/call.h"
+#include "machine/handles.h"
+#include "sync/signal.h"
+#include "windows.h"
+
+namespace {
+
+class Event : public Lab::Object {
+ public:
+  Event(bool manualReset, bool initialState) : manualReset_(manualReset), signal_(initialState) {}
+
+  const char* TypeName() const override { return "Event"; }
+  int WaitDescriptor() const override { return signal_.Descriptor(); }
+
+  Acquired TryAcquire() override {
+    const bool taken = manualReset_ ? signal_.IsSet() : signal_.Reset();
+    return taken ? Acquired::kYes : Acquired::kNo;
+  }
+
+  void Set() { signal_.Set(); }
+  void Reset() { signal_.Reset(); }
+
+ private:
+  const bool manualReset_;
+  Lab::Signal signal_;
+};
+
+std::shared_ptr<Event> FindEvent(HANDLE handle) {
+  auto event = Lab::Handles().FindAs<Event>(handle);
+  if (event == nullptr) SetLastError(ERROR_INVALID_HANDLE);
+  return event;
+}
+
+}  // namespace
+
+HANDLE CreateEventW(LPSECURITY_ATTRIBUTES attributes, BOOL manualReset, BOOL initialState,
+                    LPCWSTR name) {
+  const Lab::Call call("CreateEventW");
+  if (call.FailsByPlan()) return nullptr;
+  LAB_SUPPORTS(attributes == nullptr && name == nullptr);
+  try {
+    const HANDLE handle =
+        Lab::Handles().Add(std::make_shared<Event>(manualReset != FALSE, initialState != FALSE));
+    SetLastError(ERROR_SUCCESS);
+    return handle;
+  } catch (const std::system_error&) {
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return nullptr;
+  }
+}
+
+BOOL SetEvent(HANDLE handle) {
+  const Lab::Call call("SetEvent");
+  if (call.FailsByPlan()) return FALSE;
+  const std::shared_ptr<Event> event = FindEvent(handle);
+  if (event != nullptr) event->Set();
+  return event != nullptr;
+}
+
+BOOL ResetEvent(HANDLE handle) {
+  const Lab::Call call("ResetEvent");
+  if (call.FailsByPlan()) return FALSE;
+  const std::shared_ptr<Event> event = FindEvent(handle);
+  if (event != nullptr) event->Reset();
+  return event != nullptr;
+}

@@ -1,0 +1,76 @@
+// CreateFileW and the closing of handles.
+#include "files/find.h"
+#include "files/open_file.h"
+#include "machine/call.h"
+#include "machine/machine.h"
+#include "machine/paths.h"
+#include "windows.h"
+
+namespace {
+
+using Lab::OpenFile;
+
+Lab::AccessKinds KindsOf(DWORD access, DWORD flags) {
+  Lab::AccessKinds kinds = 0;
+  if ((access & (GENERIC_READ | FILE_LIST_DIRECTORY)) != 0) kinds |= FILE_SHARE_READ;
+  if ((access & GENERIC_WRITE) != 0) kinds |= FILE_SHARE_WRITE;
+  // The flag brings the right to delete with it.
+  if ((flags & FILE_FLAG_DELETE_ON_CLOSE) != 0) kinds |= FILE_SHARE_DELETE;
+  return kinds;
+}
+
+OpenFile::Request RequestOf(DWORD access, DWORD share, DWORD disposition, DWORD flags) {
+  OpenFile::Request request;
+  request.access = KindsOf(access, flags);
+  request.share = share;
+  request.mayCreate = disposition != OPEN_EXISTING;
+  request.mayExist = disposition != CREATE_NEW;
+  request.truncates = disposition == CREATE_ALWAYS;
+  request.allowsFolder = (flags & FILE_FLAG_BACKUP_SEMANTICS) != 0;
+  request.deletesOnClose = (flags & FILE_FLAG_DELETE_ON_CLOSE) != 0;
+  request.attributes = flags & FILE_ATTRIBUTE_READONLY;
+  return request;
+}
+
+HANDLE Fail(DWORD error) {
+  SetLastError(error);
+  return INVALID_HANDLE_VALUE;
+}
+
+}  // namespace
+
+HANDLE CreateFileW(LPCWSTR name, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES attributes,
+                   DWORD disposition, DWORD flagsAndAttributes, HANDLE templateFile) {
+  LAB_SUPPORTS(name != nullptr && templateFile == nullptr);
+  const Lab::Call call("CreateFileW", name);
+  if (call.FailsByPlan()) return INVALID_HANDLE_VALUE;
+  LAB_SUPPORTS((access & ~(GENERIC_READ | GENERIC_WRITE | FILE_LIST_DIRECTORY)) == 0);
+  LAB_SUPPORTS((share & ~(FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE)) == 0);
+  LAB_SUPPORTS(attributes == nullptr || attributes->lpSecurityDescriptor == nullptr);
+  LAB_SUPPORTS(disposition >= CREATE_NEW && disposition <= OPEN_ALWAYS);
+  LAB_SUPPORTS((flagsAndAttributes &
+                ~(FILE_ATTRIBUTE_NORMAL | FILE_ATTRIBUTE_READONLY | FILE_FLAG_DELETE_ON_CLOSE |
+                  FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OVERLAPPED)) == 0);
+
+  const Lab::FoundPath found = Lab::FindPath(name);
+  const bool missing = found.error == ERROR_FILE_NOT_FOUND;
+  if (found.error != ERROR_SUCCESS && !missing) return Fail(found.error);
+  OpenFile::Result opened =
+      OpenFile::Open(found.host, RequestOf(access, share, disposition, flagsAndAttributes));
+  if (opened.file == nullptr) return Fail(opened.error);
+  const bool tells = disposition == CREATE_ALWAYS || disposition == OPEN_ALWAYS;
+  SetLastError(tells && opened.existed ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
+  return Lab::Handles().Add(std::move(opened.file));
+}
+
+BOOL CloseHandle(HANDLE object) {
+  const Lab::Call call("CloseHandle");
+  if (call.FailsByPlan()) return FALSE;
+  // That value names the process itself: closing it does nothing.
+  if (object == INVALID_HANDLE_VALUE) return TRUE;
+  // The handle of a search isn't one of the system's objects.
+  const bool isSearch = Lab::Handles().FindAs<Lab::Find>(object) != nullptr;
+  if (!isSearch && Lab::Handles().Close(object)) return TRUE;
+  SetLastError(ERROR_INVALID_HANDLE);
+  return FALSE;
+}
