@@ -34,4 +34,4 @@ find_package(Boost 1.81 REQUIRED
              COMPONENTS program_options log iostreams date_time thread filesystem)
 find_package(OpenSSL 3.0 REQUIRED)
 find_package(jsoncpp REQUIRED)
-find_package(RapidJSON QUIET)
+find_path(RAPIDJSON_INCLUDE_DIR rapidjson/reader.h REQUIRED)

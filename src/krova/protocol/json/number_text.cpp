@@ -1,0 +1,86 @@
+#include "krova/protocol/json/number_text.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <limits>
+#include <system_error>
+
+namespace Krova::Protocol::Json {
+namespace {
+
+std::string_view NonFiniteText(double value) {
+  if (std::isnan(value)) return std::signbit(value) ? "-NAN" : "NAN";
+  return value < 0 ? "-INF" : "INF";
+}
+
+/// Moves what follows the "e" at \p exponent behind \p fractionEnd, without "+" and leading zeros.
+/// \return The end of the text.
+char* MoveExponent(const char* exponent, const char* end, char* fractionEnd) {
+  char* to = fractionEnd;
+  *to++ = 'E';
+  ++exponent;
+  if (*exponent == '-') *to++ = '-';
+  ++exponent;
+  while (end - exponent > 1 && *exponent == '0') ++exponent;
+  return std::copy(exponent, end, to);
+}
+
+/// Decimal exponent, at most one off, of a number that isn't zero: tells one that is too small for
+/// a double from one that is too large.
+std::int64_t Magnitude(std::string_view text) {
+  constexpr std::int64_t kBeyond = 1'000'000'000'000;
+  const std::size_t mark = std::min(text.find_first_of("eE"), text.size());
+  const std::string_view digits = text.substr(0, mark);
+  const std::size_t point = std::min(digits.find('.'), digits.size());
+  const std::size_t first = digits.find_first_of("123456789");
+  const std::int64_t place = static_cast<std::int64_t>(point) - static_cast<std::int64_t>(first);
+  if (mark == text.size()) return place;
+  std::string_view exponent = text.substr(mark + 1);
+  if (exponent.front() == '+') exponent.remove_prefix(1);
+  return place + std::clamp(ParseInteger(exponent), -kBeyond, kBeyond);
+}
+
+}  // namespace
+
+std::string_view FormatDouble(double value, NumberBuffer& buffer) {
+  if (!std::isfinite(value)) return NonFiniteText(value);
+  char* const begin = buffer.data();
+  char* const end =
+      std::to_chars(begin, begin + buffer.size(), value, std::chars_format::scientific, 15).ptr;
+  // The exponent has a sign and at least two digits.
+  char* exponent = end - 4;
+  while (*exponent != 'e') --exponent;
+  char* fractionEnd = exponent;
+  while (fractionEnd[-1] == '0' && fractionEnd[-2] != '.') --fractionEnd;
+  char* const textEnd = MoveExponent(exponent, end, fractionEnd);
+  return {begin, static_cast<std::size_t>(textEnd - begin)};
+}
+
+std::string_view FormatInteger(std::int64_t value, NumberBuffer& buffer) {
+  const char* const end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value).ptr;
+  return {buffer.data(), static_cast<std::size_t>(end - buffer.data())};
+}
+
+bool IsIntegerText(std::string_view text) {
+  return std::none_of(text.begin(), text.end(),
+                      [](char c) { return c == '.' || c == 'e' || c == 'E'; });
+}
+
+std::int64_t ParseInteger(std::string_view text) {
+  std::int64_t value = 0;
+  const auto parsed = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (parsed.ec == std::errc()) return value;
+  return text.front() == '-' ? std::numeric_limits<std::int64_t>::min()
+                             : std::numeric_limits<std::int64_t>::max();
+}
+
+bool ParseDouble(std::string_view text, double& value) {
+  const auto parsed = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (parsed.ec == std::errc()) return true;
+  if (Magnitude(text) > 0) return false;
+  value = text.front() == '-' ? -0.0 : 0.0;
+  return true;
+}
+
+}  // namespace Krova::Protocol::Json

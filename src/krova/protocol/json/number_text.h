@@ -1,0 +1,34 @@
+// Numbers as the wire writes and reads them, in every locale alike.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string_view>
+
+namespace Krova::Protocol::Json {
+
+/// Room for any number's text.
+using NumberBuffer = std::array<char, 32>;
+
+/// Sixteen significant digits, as "%.15E" prints them, then shortened: trailing zeros of the
+/// fraction go (one digit stays), and so do a "+" and leading zeros of the exponent. 1.0 is
+/// "1.0E0", 1500.0 is "1.5E3", 1e-10 is "1.0E-10". Infinities and not-a-number, for which JSON has
+/// no text, give "INF", "-INF" and "NAN" or "-NAN".
+/// \return A part of \p buffer.
+std::string_view FormatDouble(double value, NumberBuffer& buffer);
+
+/// Signed decimal.
+/// \return A part of \p buffer.
+std::string_view FormatInteger(std::int64_t value, NumberBuffer& buffer);
+
+/// Whether the JSON number \p text is an integer: it has neither fraction nor exponent.
+bool IsIntegerText(std::string_view text);
+
+/// \param text  A JSON integer. One beyond the range of 64 bits gives the nearest end of the range.
+std::int64_t ParseInteger(std::string_view text);
+
+/// The double nearest to the JSON number \p text, zero for one too small.
+/// \return False if \p text is beyond the largest double; \p value is left alone then.
+bool ParseDouble(std::string_view text, double& value);
+
+}  // namespace Krova::Protocol::Json
