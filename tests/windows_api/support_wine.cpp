@@ -1,0 +1,42 @@
+// The Windows side of the conformance tests.
+#include <array>
+
+#include "support.h"
+
+namespace {
+
+/// \return The code as the installer's part of the registry writes it: without signs, the first
+///         three groups turned round whole, the others in pairs.
+std::wstring PackCode(const std::wstring& code) {
+  constexpr std::array<std::size_t, 32> kOrder = {8,  7,  6,  5,  4,  3,  2,  1,  13, 12, 11,
+                                                  10, 18, 17, 16, 15, 21, 20, 23, 22, 26, 25,
+                                                  28, 27, 30, 29, 32, 31, 34, 33, 36, 35};
+  std::wstring packed;
+  for (const std::size_t at : kOrder) packed += code[at];
+  return packed;
+}
+
+void SetText(const std::wstring& key, const wchar_t* name, const std::wstring& text) {
+  const LSTATUS result =
+      RegSetKeyValueW(HKEY_LOCAL_MACHINE, key.c_str(), name, REG_SZ, text.c_str(),
+                      static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)));
+  ASSERT_EQ(result, ERROR_SUCCESS);
+}
+
+}  // namespace
+
+bool WindowsApi::OnWine() {
+  return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
+}
+
+void WindowsApi::InstallProduct(const std::wstring& productCode, const std::wstring& upgradeCode,
+                                const std::wstring& version) {
+  const std::wstring installer = L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Installer\\";
+  const std::wstring product = PackCode(productCode);
+  SetText(installer + L"UpgradeCodes\\" + PackCode(upgradeCode), product.c_str(), L"");
+  SetText(installer + L"UserData\\S-1-5-18\\Products\\" + product + L"\\InstallProperties",
+          L"DisplayVersion", version);
+  SetText(installer + L"UserData\\S-1-5-18\\Products\\" + product + L"\\InstallProperties",
+          L"WindowsInstaller", L"1");
+  SetText(L"SOFTWARE\\Classes\\Installer\\Products\\" + product, L"ProductName", L"Conformance");
+}
