@@ -15,12 +15,27 @@ if(NOT EXISTS ${HALVARD_DEPENDENCY_PREFIX}/complete)
   message(FATAL_ERROR "Libraries of the ${HALVARD_DEPENDENCY_TARGET} build are missing. "
                       "Run: cmake/setup/build-dependencies ${HALVARD_DEPENDENCY_TARGET}")
 endif()
+# After a change of that script, what was found under the former folder is looked for anew.
+if(DEFINED HALVARD_FORMER_PREFIX AND NOT HALVARD_FORMER_PREFIX STREQUAL HALVARD_DEPENDENCY_PREFIX)
+  get_cmake_property(names CACHE_VARIABLES)
+  foreach(name IN LISTS names)
+    string(FIND "${${name}}" "${HALVARD_FORMER_PREFIX}/" position)
+    if(NOT position EQUAL -1)
+      unset(${name} CACHE)
+    endif()
+  endforeach()
+endif()
+set(HALVARD_FORMER_PREFIX ${HALVARD_DEPENDENCY_PREFIX} CACHE INTERNAL "Where libraries were found")
 list(PREPEND CMAKE_PREFIX_PATH ${HALVARD_DEPENDENCY_PREFIX})
 list(PREPEND CMAKE_FIND_ROOT_PATH ${HALVARD_DEPENDENCY_PREFIX})
 
 set(Boost_NO_WARN_NEW_VERSIONS ON)
 if(WIN32)
   set(Boost_USE_STATIC_LIBS ON)
+  # CMake's module links these with a static Boost.Log. Regex has become headers, and nobody here
+  # sets up a log by a settings file.
+  add_library(Boost::regex INTERFACE IMPORTED)
+  add_library(Boost::log_setup INTERFACE IMPORTED)
   set(OPENSSL_USE_STATIC_LIBS ON)
   # CMake's module doesn't look for these names in a cross build.
   set(OPENSSL_ROOT_DIR ${HALVARD_DEPENDENCY_PREFIX})
@@ -33,5 +48,9 @@ find_package(Threads REQUIRED)
 find_package(Boost 1.81 REQUIRED
              COMPONENTS program_options log iostreams date_time thread filesystem)
 find_package(OpenSSL 3.0 REQUIRED)
+if(WIN32)
+  # A static libcrypto leaves the system libraries under it to whoever links it.
+  target_link_libraries(OpenSSL::Crypto INTERFACE ws2_32 mswsock crypt32 bcrypt)
+endif()
 find_package(jsoncpp REQUIRED)
 find_path(RAPIDJSON_INCLUDE_DIR rapidjson/reader.h REQUIRED)
