@@ -1,21 +1,17 @@
 // What decodes must come back as text that decodes to the same bytes; what doesn't has a fault.
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "krova/protocol/json/base64.h"
+#include "require.h"
 
 using Krova::Protocol::Json::DecodeBase64;
 using Krova::Protocol::Json::EncodeBase64;
 
 namespace {
-
-void Require(bool condition) {
-  if (!condition) std::abort();
-}
 
 void DecodeAndComeBack(std::string_view text) {
   std::vector<std::uint8_t> bytes;

@@ -75,12 +75,12 @@ std::int64_t ParseInteger(std::string_view text) {
                              : std::numeric_limits<std::int64_t>::max();
 }
 
-bool ParseDouble(std::string_view text, double& value) {
+double ParseDouble(std::string_view text) {
+  double value = 0;
   const auto parsed = std::from_chars(text.data(), text.data() + text.size(), value);
-  if (parsed.ec == std::errc()) return true;
-  if (Magnitude(text) > 0) return false;
-  value = text.front() == '-' ? -0.0 : 0.0;
-  return true;
+  if (parsed.ec == std::errc()) return value;
+  const double nearest = Magnitude(text) > 0 ? std::numeric_limits<double>::max() : 0.0;
+  return text.front() == '-' ? -nearest : nearest;
 }
 
 }  // namespace Krova::Protocol::Json

@@ -27,8 +27,8 @@ bool IsIntegerText(std::string_view text);
 /// \param text  A JSON integer. One beyond the range of 64 bits gives the nearest end of the range.
 std::int64_t ParseInteger(std::string_view text);
 
-/// The double nearest to the JSON number \p text, zero for one too small.
-/// \return False if \p text is beyond the largest double; \p value is left alone then.
-bool ParseDouble(std::string_view text, double& value);
+/// \param text  A JSON number. One beyond the largest double gives the largest, as integers do: so
+///     even that one, whose sixteen digits are rounded up, comes back. One too small gives zero.
+double ParseDouble(std::string_view text);
 
 }  // namespace Krova::Protocol::Json

@@ -72,16 +72,14 @@ class TokenHandler : public rapidjson::BaseReaderHandler<PlainRuns, TokenHandler
   bool StartArray() { return Accept(&FrameStack::StartArray); }
   bool EndArray(rapidjson::SizeType) { return Accept(&FrameStack::EndArray); }
 
-  /// As text, a number shows its kind, and a double is read exactly. False ends the parse.
+  /// As text, a number shows its kind, and a double is read exactly.
   bool RawNumber(const char* text, rapidjson::SizeType length, bool) {
     const std::string_view number(text, length);
     if (IsIntegerText(number)) {
       frames_.Long(ParseInteger(number));
-      return true;
+    } else {
+      frames_.Double(ParseDouble(number));
     }
-    double value = 0;
-    if (!ParseDouble(number, value)) return false;
-    frames_.Double(value);
     return true;
   }
 
