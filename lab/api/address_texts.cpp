@@ -8,14 +8,13 @@
 #include "machine/call.h"
 #include "machine/machine.h"
 
-// An object of Boost.Asio that every program has which opens a socket through it.
-extern "C" [[gnu::weak]] const char kAsioMark[] asm(
-    "_ZZN5boost4asio5error17get_misc_categoryEvE8instance");
+// A function of Boost.Asio that every program has which opens a socket through it; never called.
+extern "C" [[gnu::weak]] void AsioMark() asm("_ZNK5boost4asio5error6detail13misc_category4nameEv");
 
 namespace {
 
 /// On Windows Boost.Asio starts Winsock before main and keeps it to the end.
-bool SocketsAreStarted() { return kAsioMark != nullptr || Lab::TheMachine().SocketStartups() > 0; }
+bool SocketsAreStarted() { return AsioMark != nullptr || Lab::TheMachine().SocketStartups() > 0; }
 
 std::string Numeric(const sockaddr* address) {
   char text[INET6_ADDRSTRLEN] = {};
