@@ -16,7 +16,7 @@ struct Fault {
   std::string function;     ///< Name of the Windows function, to the letter.
   std::uint32_t call = 0;   ///< The one call that fails, counted from 1; 0: see \c from.
   std::uint32_t from = 1;   ///< Without \c call: this call and all later ones fail.
-  std::wstring match;       ///< Only calls whose subject contains this text count; empty: all.
+  std::wstring match{};     ///< Only calls whose subject contains this text count; empty: all.
   std::uint32_t error = 0;  ///< The error code that the function is to answer.
 };
 

@@ -17,7 +17,10 @@ TEST(Text, GoesToUtf8AndBack) {
 }
 
 TEST(Text, WhatIsNoCharacterBecomesTheReplacementCharacter) {
-  EXPECT_EQ(Utf8ToWide("a\xFF" "b"), L"a\uFFFD" L"b");
+  EXPECT_EQ(Utf8ToWide("a\xFF"
+                       "b"),
+            L"a\uFFFD"
+            L"b");
   EXPECT_EQ(WideToUtf8(std::wstring(1, static_cast<wchar_t>(0xD800))), "\xEF\xBF\xBD");
 }
 
