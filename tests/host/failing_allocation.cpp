@@ -1,0 +1,26 @@
+#include "failing_allocation.h"
+
+#include <cstddef>
+#include <new>
+
+namespace {
+
+thread_local int gFailing = 0;
+
+}  // namespace
+
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+  if (gFailing > 0) return nullptr;
+  try {
+    return ::operator new[](size);
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
+
+namespace Halvard::Testing {
+
+FailingAllocation::FailingAllocation() { ++gFailing; }
+FailingAllocation::~FailingAllocation() { --gFailing; }
+
+}  // namespace Halvard::Testing
