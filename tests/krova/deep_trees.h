@@ -22,9 +22,10 @@ inline Data::ValuePointer InOptional(Data::ValuePointer child) {
   return std::make_shared<Data::OptionalValue>(std::move(child));
 }
 
+/// The field has the name that the printer of an error looks for.
 inline Data::ValuePointer InStruct(Data::ValuePointer child) {
   auto structure = std::make_shared<Data::StructValue>("s");
-  structure->SetField("f", std::move(child));
+  structure->SetField("id", std::move(child));
   return structure;
 }
 
@@ -50,11 +51,17 @@ inline Data::ValuePointer Nest(Wrapper wrap, int depth, Data::ValuePointer leaf)
 struct DeepTree {
   const char* name;
   Wrapper wrap;
+  int levels;  ///< How many compounds a call of the wrapper adds.
 };
-inline constexpr DeepTree kDeepTrees[] = {{"Lists", InList},
-                                          {"Optionals", InOptional},
-                                          {"Structs", InStruct},
-                                          {"Errors", InError},
-                                          {"AllInTurn", InTurn}};
+inline constexpr DeepTree kDeepTrees[] = {{"Lists", InList, 1},
+                                          {"Optionals", InOptional, 1},
+                                          {"Structs", InStruct, 1},
+                                          {"Errors", InError, 2},
+                                          {"AllInTurn", InTurn, 5}};
+
+/// \return \p leaf below at least \p depth compounds.
+inline Data::ValuePointer Nest(const DeepTree& tree, int depth, Data::ValuePointer leaf) {
+  return Nest(tree.wrap, (depth + tree.levels - 1) / tree.levels, std::move(leaf));
+}
 
 }  // namespace Krova::Testing

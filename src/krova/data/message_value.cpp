@@ -3,25 +3,18 @@
 #include <utility>
 #include <vector>
 
+#include "krova/data/native.h"
+
 namespace Krova::Data {
 namespace {
 
 constexpr char kMessageStruct[] = "krova.core.runtime.message";
 
-bool ReadString(const ValuePointer& value, std::string& text, MessageList& errors) {
-  const StringValue* string = ValueCast<StringValue>(value.get());
-  if (string == nullptr) {
-    errors.push_back(MakeMessage("krova.data.bad.cast", TypeWord(TypeOf(value)), "String"));
-    return false;
-  }
-  text = string->GetValue();
-  return true;
-}
-
 bool ReadStringField(const StructValue& structure, const char* name, std::string& text,
                      MessageList& errors) {
   ValuePointer field;
-  return structure.GetField(name, field, errors) && ReadString(field, text, errors);
+  return structure.GetField(name, field, errors) &&
+         DataValueHelper::ToNative<Strict>(field, text, errors);
 }
 
 bool ReadArguments(const StructValue& structure, std::vector<std::string>& args,
@@ -34,7 +27,7 @@ bool ReadArguments(const StructValue& structure, std::vector<std::string>& args,
     return false;
   }
   for (const ValuePointer& element : *list) {
-    if (!ReadString(element, args.emplace_back(), errors)) return false;
+    if (!DataValueHelper::ToNative<Strict>(element, args.emplace_back(), errors)) return false;
   }
   return true;
 }

@@ -74,14 +74,14 @@ TEST(MessageFromValue, RefusesFieldsOfAnotherKind) {
   for (const char* text : {"id", "default_message"}) {
     const auto structure = MessageStruct();
     structure->SetField(text, integer);
-    ExpectRefused(structure, MakeMessage("krova.data.bad.cast", "LONG", "String"));
+    ExpectRefused(structure, MakeMessage("krova.data.bad.cast", "Long", "String"));
   }
   const auto noList = MessageStruct();
   noList->SetField("args", integer);
   ExpectRefused(noList, MakeMessage("krova.data.bad.cast", "LONG", "List"));
   const auto noString = MessageStruct();
   noString->SetField("args", std::make_shared<ListValue>(ValueList{integer}));
-  ExpectRefused(noString, MakeMessage("krova.data.bad.cast", "LONG", "String"));
+  ExpectRefused(noString, MakeMessage("krova.data.bad.cast", "Long", "String"));
 }
 
 TEST(MakeErrorValue, KeepsTheOrderOfTheMessages) {

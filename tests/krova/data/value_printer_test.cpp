@@ -135,7 +135,7 @@ TEST(ToString, PrintsNothingForUnsetChildren) {
   EXPECT_EQ(Testing::InOptional(nullptr)->ToString(), "Optional< >");
 }
 
-// The text of a deep tree: what opens a level and what closes it, `kDeep` times each.
+// The text of a deep tree: what opens a layer and what closes it.
 struct DeepText {
   Testing::DeepTree tree;
   const char* opening;
@@ -144,7 +144,7 @@ struct DeepText {
 constexpr DeepText kDeepTexts[] = {
     {Testing::kDeepTrees[0], "[ ", ", ] "},
     {Testing::kDeepTrees[1], "Optional< ", ">"},
-    {Testing::kDeepTrees[2], "{{ s : { f : ", ", } }} "},
+    {Testing::kDeepTrees[2], "{{ s : { id : ", ", } }} "},
     {Testing::kDeepTrees[3], "Error:\n   e\nMessages:\n   Not a message -> ", "\n"},
 };
 
@@ -152,13 +152,14 @@ class DeepToString : public ::testing::TestWithParam<DeepText> {};
 
 TEST_P(DeepToString, NeedsNoStack) {
   Testing::RunOnSmallStack([] {
-    const ValuePointer tree = Testing::Nest(GetParam().tree.wrap, Testing::kDeep, Integer(1));
+    const ValuePointer tree = Testing::Nest(GetParam().tree, Testing::kDeep, Integer(1));
     const std::string text = tree->ToString();
 
+    const int layers = Testing::kDeep / GetParam().tree.levels;
     std::string expected;
-    for (int level = 0; level < Testing::kDeep; ++level) expected += GetParam().opening;
+    for (int layer = 0; layer < layers; ++layer) expected += GetParam().opening;
     expected += "1";
-    for (int level = 0; level < Testing::kDeep; ++level) expected += GetParam().closing;
+    for (int layer = 0; layer < layers; ++layer) expected += GetParam().closing;
     EXPECT_TRUE(text == expected);  // Not EXPECT_EQ: it would print megabytes.
   });
 }

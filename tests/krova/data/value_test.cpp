@@ -267,7 +267,7 @@ class DeepDestruction : public ::testing::TestWithParam<Testing::DeepTree> {};
 TEST_P(DeepDestruction, NeedsNoStack) {
   const auto leaf = std::make_shared<StringValue>("leaf");
   Testing::RunOnSmallStack([&leaf] {
-    ValuePointer tree = Testing::Nest(GetParam().wrap, Testing::kDeep, leaf);
+    ValuePointer tree = Testing::Nest(GetParam(), Testing::kDeep, leaf);
     EXPECT_GT(leaf.use_count(), 1);
     tree.reset();
   });
