@@ -79,8 +79,8 @@ HANDLE CreateFileMappingW(HANDLE file, LPSECURITY_ATTRIBUTES attributes, DWORD p
   if (call.FailsByPlan()) return nullptr;
   LAB_SUPPORTS(attributes == nullptr && name == nullptr && protection == PAGE_READONLY);
   LAB_SUPPORTS(sizeHigh == 0 && sizeLow == 0);
-  // With that value a mapping of no file would be meant.
-  LAB_SUPPORTS(file != INVALID_HANDLE_VALUE);
+  // Both values mean memory without a file, which needs a size.
+  if (file == nullptr || file == INVALID_HANDLE_VALUE) return Fail(ERROR_INVALID_PARAMETER);
   auto open = Lab::Handles().FindAs<Lab::OpenFile>(file);
   if (open == nullptr) return Fail(ERROR_INVALID_HANDLE);
   if (!open->Reads()) return Fail(ERROR_ACCESS_DENIED);
