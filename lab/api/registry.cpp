@@ -75,7 +75,7 @@ LSTATUS HandOut(const StoredBytes& stored, PVOID data, LPDWORD dataBytes) {
 }
 
 RegistryValue MakeValue(DWORD type, LPCVOID data, DWORD dataBytes) {
-  RegistryValue value{.type = type, .text = {}, .bytes = {}};
+  RegistryValue value{.type = type};
   if (value.IsText()) {
     value.text.resize(dataBytes / sizeof(WCHAR));
     if (dataBytes != 0) std::memcpy(value.text.data(), data, dataBytes);

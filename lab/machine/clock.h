@@ -16,7 +16,7 @@ class Clock {
     double speed = 1.0;  ///< Machine milliseconds in one of the host. More than 0.
     /// Time of day (100 ns since 1601) at which the machine's clock begins; it goes on from there
     /// with the machine's speed. Without it the time of day is the host's.
-    std::optional<std::uint64_t> startTime;
+    std::optional<std::uint64_t> startTime{};
   };
 
   explicit Clock(Settings settings);

@@ -13,7 +13,7 @@ namespace Lab {
 
 /// One planned failure. Of several that fit a call the first decides.
 struct Fault {
-  std::string function;     ///< Name of the Windows function, to the letter.
+  std::string function{};   ///< Name of the Windows function, to the letter.
   std::uint32_t call = 0;   ///< The one call that fails, counted from 1; 0: see \c from.
   std::uint32_t from = 1;   ///< Without \c call: this call and all later ones fail.
   std::wstring match{};     ///< Only calls whose subject contains this text count; empty: all.

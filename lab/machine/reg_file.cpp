@@ -1,47 +1,19 @@
 #include "machine/reg_file.h"
 
-#include <cstdio>
+#include <algorithm>
+#include <iterator>
 #include <vector>
 
 #include "machine/text.h"
+#include "machine/utf16.h"
 
 namespace Lab {
 namespace {
 
-constexpr std::uint32_t kSz = 1, kExpandSz = 2, kBinary = 3, kDword = 4, kMultiSz = 7;
-constexpr std::string_view kHeader = "Windows Registry Editor Version 5.00";
+constexpr std::uint32_t kSz = 1, kBinary = 3, kDword = 4;
 
 [[noreturn]] void Fail(std::size_t line, const std::string& expected) {
   throw RegFileError("line " + std::to_string(line) + ": expected " + expected);
-}
-
-std::wstring DecodeUtf16(const std::vector<std::uint8_t>& bytes) {
-  std::wstring text;
-  for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
-    const auto unit = static_cast<char32_t>(bytes[i] | (bytes[i + 1] << 8));
-    const bool second = (unit & 0xFC00) == 0xDC00;
-    if (second && !text.empty() && (static_cast<char32_t>(text.back()) & ~0x3FFu) == 0xD800) {
-      const auto high = static_cast<char32_t>(text.back()) & 0x3FF;
-      text.back() = static_cast<wchar_t>(0x10000 + (high << 10) + (unit & 0x3FF));
-    } else {
-      text += static_cast<wchar_t>(unit);
-    }
-  }
-  return text;
-}
-
-std::vector<std::uint8_t> EncodeUtf16(std::wstring_view text) {
-  std::vector<std::uint8_t> bytes;
-  const auto add = [&](char32_t unit) {
-    bytes.push_back(static_cast<std::uint8_t>(unit & 0xFF));
-    bytes.push_back(static_cast<std::uint8_t>(unit >> 8));
-  };
-  for (const wchar_t c : text) {
-    const auto value = static_cast<char32_t>(c);
-    if (value > 0xFFFF) add(0xD800 + ((value - 0x10000) >> 10));
-    add(value > 0xFFFF ? 0xDC00 + (value & 0x3FF) : value);
-  }
-  return bytes;
 }
 
 /// Reads "text" with \\ and \" for a backslash and a quote; leaves what follows in \p rest.
@@ -72,7 +44,7 @@ unsigned long ParseHex(std::wstring_view digits, std::size_t most, std::size_t l
 
 /// Reads what stands behind "hex:" or "hex(7):".
 RegistryValue ParseHexValue(std::wstring_view data, std::size_t line) {
-  RegistryValue value{.type = kBinary, .text = {}, .bytes = {}};
+  RegistryValue value{.type = kBinary};
   if (data.starts_with(L"(")) {
     const std::size_t end = data.find(L')');
     if (end == std::wstring_view::npos) Fail(line, "the number of a type in brackets");
@@ -96,13 +68,13 @@ RegistryValue ParseHexValue(std::wstring_view data, std::size_t line) {
 
 RegistryValue ParseValue(std::wstring_view data, std::size_t line) {
   if (data.starts_with(L"\"")) {
-    RegistryValue value{.type = kSz, .text = TakeQuoted(data, line) + L'\0', .bytes = {}};
+    RegistryValue value{.type = kSz, .text = TakeQuoted(data, line) + L'\0'};
     if (!data.empty()) Fail(line, "nothing behind the text");
     return value;
   }
   if (data.starts_with(L"dword:")) {
     const unsigned long number = ParseHex(data.substr(6), 8, line);
-    RegistryValue value{.type = kDword, .text = {}, .bytes = {}};
+    RegistryValue value{.type = kDword};
     for (int i = 0; i < 4; ++i) {
       value.bytes.push_back(static_cast<std::uint8_t>((number >> (8 * i)) & 0xFF));
     }
@@ -128,7 +100,8 @@ struct Line {
 
 std::wstring Decode(std::string_view contents) {
   if (contents.starts_with("\xFF\xFE")) {
-    return DecodeUtf16(std::vector<std::uint8_t>(contents.begin() + 2, contents.end()));
+    const std::vector<std::uint8_t> bytes(contents.begin() + 2, contents.end());
+    return ToWide(ToUtf8(DecodeUtf16(bytes)));  // Without surrogates that lack a partner.
   }
   if (contents.starts_with("\xEF\xBB\xBF")) contents.remove_prefix(3);
   return ToWide(contents);
@@ -150,7 +123,7 @@ std::vector<Line> SplitLines(const std::wstring& text) {
       lines.push_back({line, number});
     }
     Line& entry = lines.back();
-    goesOn = entry.text.ends_with(L",\\");
+    goesOn = entry.text.ends_with(L",\\") && entry.text.find(L"=hex") != std::wstring::npos;
     if (goesOn) entry.text.pop_back();
   }
   return lines;
@@ -191,42 +164,12 @@ void ReadValueLine(const Line& line, RegistryKey& key) {
   }
 }
 
-std::string Quote(std::wstring_view text) {
-  std::string quoted = "\"";
-  for (const char c : ToUtf8(text)) {
-    if (c == '"' || c == '\\') quoted += '\\';
-    quoted += c;
-  }
-  return quoted + '"';
-}
-
-/// The plain form holds a terminated text of one line; all else goes out as bytes.
-bool FitsInQuotes(const RegistryValue& value) {
-  return value.type == kSz && value.text.find(L'\0') == value.text.size() - 1 &&
-         value.text.find_first_of(L"\r\n") == std::wstring::npos;
-}
-
-std::string FormatValue(const RegistryValue& value) {
-  if (FitsInQuotes(value)) return Quote(value.text.substr(0, value.text.size() - 1));
-  std::string text = "hex(";
-  char digits[16];
-  std::snprintf(digits, sizeof digits, "%x):", value.type);
-  text += digits;
-  bool first = true;
-  for (const std::uint8_t byte : value.IsText() ? EncodeUtf16(value.text) : value.bytes) {
-    std::snprintf(digits, sizeof digits, first ? "%02x" : ",%02x", byte);
-    text += digits;
-    first = false;
-  }
-  return text;
-}
-
 }  // namespace
 
 void ReadRegFile(std::string_view contents, RegistryTree& tree) {
   const std::vector<Line> lines = SplitLines(Decode(contents));
-  if (lines.empty() || ToUtf8(lines.front().text) != kHeader) {
-    Fail(1, "\"" + std::string(kHeader) + "\"");
+  if (lines.empty() || ToUtf8(lines.front().text) != kRegFileHeader) {
+    Fail(1, "\"" + std::string(kRegFileHeader) + "\"");
   }
   RegistryKey* key = nullptr;
   for (std::size_t i = 1; i < lines.size(); ++i) {
@@ -240,18 +183,6 @@ void ReadRegFile(std::string_view contents, RegistryTree& tree) {
       Fail(line.number, "a key in brackets before the first value");
     }
   }
-}
-
-std::string WriteRegFile(const RegistryTree& tree) {
-  std::string text(kHeader);
-  text += "\r\n";
-  for (const auto& [key, values] : tree) {
-    text += "\r\n[" + ToUtf8(key) + "]\r\n";
-    for (const auto& [name, value] : values) {
-      text += (name.empty() ? "@" : Quote(name)) + "=" + FormatValue(value) + "\r\n";
-    }
-  }
-  return text;
 }
 
 }  // namespace Lab

@@ -9,6 +9,9 @@
 
 namespace Lab {
 
+/// What the first line of a .reg text has to be.
+inline constexpr std::string_view kRegFileHeader = "Windows Registry Editor Version 5.00";
+
 /// A .reg text that can't be read. what() names the line and what was expected.
 class RegFileError : public std::runtime_error {
  public:

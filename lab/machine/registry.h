@@ -22,8 +22,8 @@ struct RegistryValue {
   std::uint32_t type = 0;  ///< REG_SZ and so on.
   /// For REG_SZ, REG_EXPAND_SZ and REG_MULTI_SZ: the characters as stored, terminators included
   /// where they were given.
-  std::wstring text;
-  std::vector<std::uint8_t> bytes;  ///< For all other types.
+  std::wstring text{};
+  std::vector<std::uint8_t> bytes{};  ///< For all other types.
 
   /// \return True for the types that hold text.
   bool IsText() const;

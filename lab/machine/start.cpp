@@ -44,6 +44,13 @@ fs::path TakeBase(Json::Value& patch, const fs::path& folder) {
   throw MachineError(file.string() + ": /base: expected the name of a machine beside this one");
 }
 
+/// \return The absolute folder of a machine that is named by it or by its machine.json.
+fs::path MachineFolderOf(const fs::path& named) {
+  const fs::path whole = fs::absolute(named).lexically_normal();
+  if (whole.filename() == "machine.json" || !whole.has_filename()) return whole.parent_path();
+  return whole;
+}
+
 bool IsDriveTree(const fs::path& folder) {
   const std::string name = folder.filename().string();
   return name.size() == 7 && name.starts_with("drive_") && name[6] >= 'a' && name[6] <= 'z';
@@ -86,7 +93,7 @@ fs::path PlaceIn(const fs::path& instance, const std::string& windowsPath) {
 
 DescribedMachine::DescribedMachine(const fs::path& folder) {
   std::vector<Json::Value> patches;
-  fs::path layer = fs::is_directory(folder) ? folder : folder.parent_path();
+  fs::path layer = MachineFolderOf(folder);
   for (bool hasBase = true; hasBase;) {
     layers_.insert(layers_.begin(), layer);
     patches.insert(patches.begin(), ReadJson(layer / "machine.json"));

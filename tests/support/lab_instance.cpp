@@ -147,7 +147,7 @@ void Instance::PlanFault(const Fault& fault) {
 
 void Instance::SetRegistryString(const std::wstring& key, const std::wstring& name,
                                  const std::wstring& text) {
-  SetRegistryValue(key, name, {.type = 1, .text = text + L'\0', .bytes = {}});
+  SetRegistryValue(key, name, {.type = 1, .text = text + L'\0'});
 }
 
 void Instance::SetRegistryValue(const std::wstring& key, const std::wstring& name,
