@@ -27,7 +27,8 @@ void reader::read_bytes_with_timeout() {
 
 void reader::consume_bytes(const error_code& error, std::size_t bytes) {
   if (error) {
-    // Nobody is there any more, or was too slow; there is nothing to wait for.
+    // Nobody is there any more, or was too slow: whoever answers all the same answers nobody.
+    connection_->end();
     fail(error, false);
     return;
   }

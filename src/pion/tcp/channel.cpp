@@ -172,6 +172,8 @@ void channel::write(std::vector<asio::const_buffer> buffers, io_handler handler)
   for (const asio::const_buffer& buffer : data->buffers) data->total += buffer.size();
   attempt result = writing_ ? failure(asio::error::already_started) : try_write(*data);
   if (result.state == progress::done) result.bytes = data->total;
+  // What was cut off in the middle can't be continued.
+  if (result.state == progress::failed && !writing_) close_locked();
   if (result.state == progress::done || result.state == progress::failed) {
     asio::post(service_,
                [handler = std::move(handler), result] { handler(result.error, result.bytes); });
@@ -196,6 +198,7 @@ void channel::resume_write(std::shared_ptr<outgoing> data, const error_code& err
       return;
     }
     writing_ = false;
+    if (result.state == progress::failed) close_locked();
   }
   data->handler(result.error, result.error ? 0 : data->total);
 }

@@ -57,7 +57,8 @@ class channel : public std::enable_shared_from_this<channel> {
   void read_some(boost::asio::mutable_buffer target, duration limit, io_handler handler);
 
   /// Writes all of \p buffers, whose bytes have to stay until the handler is called. Headers and
-  /// body share TLS records. A second write beside a running one fails with already_started.
+  /// body share TLS records. A write that fails
+  /// closes the socket. A second one beside a running one fails with already_started.
   void write(std::vector<boost::asio::const_buffer> buffers, io_handler handler);
 
   /// Ends the operations that wait with operation_aborted.

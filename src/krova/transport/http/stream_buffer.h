@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <streambuf>
+#include <string>
+#include <string_view>
+
+namespace Krova::Transport::Http {
+
+/// The bytes of a request or of an answer, in one piece. What is written is appended; what was
+/// written and not read yet is the read area.
+class StreamBuffer : public std::streambuf {
+ public:
+  StreamBuffer() = default;
+  StreamBuffer(const StreamBuffer&) = delete;
+  StreamBuffer& operator=(const StreamBuffer&) = delete;
+
+  /// Everything that was written. Valid until the next write.
+  std::string_view GetText() const { return text_; }
+
+ protected:
+  int_type overflow(int_type byte) override;
+  std::streamsize xsputn(const char* data, std::streamsize size) override;
+
+ private:
+  void Append(const char* data, std::size_t size);
+
+  std::string text_;
+};
+
+using StreamBufferPointer = std::shared_ptr<StreamBuffer>;
+
+}  // namespace Krova::Transport::Http
