@@ -148,7 +148,9 @@ int _setmode(int descriptor, int mode) {
   }
   LAB_SUPPORTS(stream != nullptr);
   const int before = std::exchange(modes[descriptor], mode);
-  if (before == mode) return before;
+  // A stream may have been opened anew meanwhile, which takes its mode from it.
+  const bool isWide = std::fwide(stream, 0) > 0;
+  if (before == mode && isWide == (mode == _O_U8TEXT)) return before;
   std::fflush(stream);
   if (std::fwide(stream, 0) != 0) ForgetOrientation(stream);
   if (mode == _O_U8TEXT) TurnToUtf8(stream);

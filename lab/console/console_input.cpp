@@ -24,6 +24,11 @@ termios Settings() {
 
 void SetFlag(tcflag_t& flags, tcflag_t flag, bool on) { flags = on ? flags | flag : flags & ~flag; }
 
+bool IsSameMode(const termios& left, const termios& right) {
+  constexpr tcflag_t kFlags = ISIG | ICANON | ECHO;
+  return (left.c_lflag & kFlags) == (right.c_lflag & kFlags);
+}
+
 /// \return How many bytes at the start of \p text make whole characters. Bytes that belong to none
 ///         count as whole: they become replacement characters.
 std::size_t WholeCharacters(const std::string& text) {
@@ -70,8 +75,10 @@ DWORD ConsoleInput::SetMode(DWORD mode) {
     settings.c_cc[VMIN] = 1;
     settings.c_cc[VTIME] = 0;
   }
-  return tcsetattr(kInput, TCSANOW, &settings) == 0 ? DWORD{ERROR_SUCCESS}
-                                                    : DWORD{ERROR_GEN_FAILURE};
+  if (tcsetattr(kInput, TCSANOW, &settings) != 0) return ERROR_GEN_FAILURE;
+  // Who puts the old mode back leaves nothing to restore.
+  if (IsSameMode(settings, *original_)) original_.reset();
+  return ERROR_SUCCESS;
 }
 
 void ConsoleInput::Restore() {
