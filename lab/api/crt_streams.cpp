@@ -1,5 +1,5 @@
-// Streams of Windows' C runtime. Their files follow the rules of sharing; their text has the host's
-// line ends.
+// Streams of Windows' C runtime. Their files follow the rules of sharing. Text is read with the
+// line ends of either system and written with the host's.
 #include <fcntl.h>
 #include <locale.h>
 #include <unistd.h>
@@ -14,6 +14,7 @@
 
 #include "crt.h"
 #include "files/open_file.h"
+#include "files/text_reader.h"
 #include "io.h"
 #include "machine/call.h"
 #include "machine/paths.h"
@@ -23,7 +24,8 @@ namespace {
 
 using Lab::OpenFile;
 
-/// The host's mode for what follows: "r", "w" or "a", and "+". Text and binary are one here.
+/// The host's mode for what follows: "r", "w" or "a", and "+". To the host, text and binary are
+/// one.
 std::string HostMode(std::wstring_view mode) {
   std::string host;
   for (const wchar_t c : mode) {
@@ -76,13 +78,14 @@ std::FILE* Fail(DWORD error) {
   return nullptr;
 }
 
-std::FILE* OpenStream(const wchar_t* name, const std::string& mode, int share) {
+std::FILE* OpenStream(const wchar_t* name, const std::string& mode, bool text, int share) {
   const Lab::FoundPath found = Lab::FindPath(name);
   if (found.error != ERROR_SUCCESS && found.error != ERROR_FILE_NOT_FOUND) return Fail(found.error);
   const OpenFile::Result opened = OpenFile::Open(found.host, RequestOf(mode, share));
   if (opened.file == nullptr) return Fail(opened.error);
   const int descriptor = opened.file->Release();
   if (mode[0] == 'a') fcntl(descriptor, F_SETFL, O_APPEND);
+  if (text && mode == "r") return Lab::OpenTextReader(descriptor);
   return fdopen(descriptor, mode.c_str());
 }
 
@@ -119,7 +122,8 @@ std::FILE* _wfsopen(const wchar_t* name, const wchar_t* mode, int share) {
   const std::string host = HostMode(mode);
   LAB_SUPPORTS(host == "r" || host == "w" || host == "a" || host == "r+" || host == "w+" ||
                host == "a+");
-  return OpenStream(name, host, share);
+  const bool text = std::wstring_view(mode).find(L'b') == std::wstring_view::npos;
+  return OpenStream(name, host, text, share);
 }
 
 std::FILE* _wfopen(const wchar_t* name, const wchar_t* mode) {

@@ -85,6 +85,11 @@ TEST_F(FileContents, AreTheFirstOfSeveralLines) {
                                              L"] file is [embedded]")));
 }
 
+TEST_F(FileContents, KnowTheLineEndsOfWindows) {
+  machine_.WriteFile(path_, "embedded\r\nmanagement\r\n");
+  EXPECT_EQ(GetFileContents(path_), "embedded");
+}
+
 TEST_F(FileContents, NeedNoLineEnd) {
   machine_.WriteFile(path_, "embedded");
   EXPECT_EQ(GetFileContents(path_), "embedded");

@@ -211,6 +211,43 @@ TEST_F(Streams, WriteBeginsAnew) {
   EXPECT_EQ(WindowsApi::Contents(path_), "new");
 }
 
+std::string ReadAll(const std::wstring& path, const wchar_t* mode) {
+  std::string text;
+  std::FILE* const stream = _wfopen(path.c_str(), mode);
+  EXPECT_NE(stream, nullptr);
+  if (stream == nullptr) return text;
+  for (int next = std::fgetc(stream); next != EOF; next = std::fgetc(stream)) {
+    text += static_cast<char>(next);
+  }
+  std::fclose(stream);
+  return text;
+}
+
+TEST_F(Streams, ReadTextWithoutCarriageReturnsAtLineEnds) {
+  scratch_.Write(L"log", "one\r\ntwo\rthree\r\r\nfour\nfive\r");
+  EXPECT_EQ(ReadAll(path_, L"r"), "one\ntwo\rthree\r\nfour\nfive\r");
+  EXPECT_EQ(ReadAll(path_, L"rt"), "one\ntwo\rthree\r\nfour\nfive\r");
+}
+
+TEST_F(Streams, ReadTextAcrossBlocks) {
+  // A carriage return at every place near the end of a buffer.
+  for (std::size_t length = 4090; length < 4100; ++length) {
+    const std::string line(length, 'x');
+    scratch_.Write(L"log", line + "\r\n" + line + "\r");
+    EXPECT_EQ(ReadAll(path_, L"r"), line + "\n" + line + "\r") << length;
+  }
+}
+
+TEST_F(Streams, ReadTextUpToItsEndCharacter) {
+  scratch_.Write(L"log", "one\n\x1Atwo\n");
+  EXPECT_EQ(ReadAll(path_, L"r"), "one\n");
+}
+
+TEST_F(Streams, ReadBinaryAsItIs) {
+  scratch_.Write(L"log", "one\r\n\x1Atwo");
+  EXPECT_EQ(ReadAll(path_, L"rb"), "one\r\n\x1Atwo");
+}
+
 TEST_F(Streams, ReadNeedsAFile) {
   EXPECT_EQ(_wfopen(path_.c_str(), L"r"), nullptr);
   EXPECT_EQ(errno, ENOENT);
