@@ -1,4 +1,5 @@
-// TCP and UDP end points of the machine, and its network adapters. The functions answer the error code themselves.
+// TCP and UDP end points of the machine, and its network adapters. The functions answer the error
+// code themselves.
 #pragma once
 
 #include <iprtrmib.h>

@@ -63,7 +63,8 @@ class OnFinished {
       writer_->clear();
       writer_->send_final_chunk();
     } else {
-      // Else the connection would stay as long as a service keeps the completion that it has called.
+      // Else the connection would stay as long as a service keeps the completion that it has
+      // called.
       writer_->get_connection()->finish();
     }
   }
