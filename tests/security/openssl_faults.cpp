@@ -1,6 +1,7 @@
 #include "openssl_faults.h"
 
 #include <openssl/bn.h>
+#include <openssl/ec.h>
 #include <openssl/evp.h>
 #include <openssl/pem.h>
 #include <openssl/rsa.h>
@@ -95,6 +96,13 @@ int __real_PEM_write_X509(std::FILE* file, const X509* certificate);
 int __wrap_PEM_write_X509(std::FILE* file, const X509* certificate);
 int __wrap_PEM_write_X509(std::FILE* file, const X509* certificate) {
   return CallUnlessPlanned<int>("PEM_write_X509", __real_PEM_write_X509, file, certificate);
+}
+
+EC_KEY* __real_EC_KEY_new_by_curve_name(int curve);
+EC_KEY* __wrap_EC_KEY_new_by_curve_name(int curve);
+EC_KEY* __wrap_EC_KEY_new_by_curve_name(int curve) {
+  return CallUnlessPlanned<EC_KEY*>("EC_KEY_new_by_curve_name", __real_EC_KEY_new_by_curve_name,
+                                    curve);
 }
 
 }  // extern "C"
