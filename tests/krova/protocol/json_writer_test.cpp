@@ -6,6 +6,7 @@
 #include <functional>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "krova/protocol/json/plain_run.h"
 
@@ -142,12 +143,22 @@ TEST(JsonWriter, ManySmallTokensCrossTheBlocksUnharmed) {
             expected + "]");
 }
 
-TEST(PlainRunLength, NeverLooksBeyondTheEnd) {
+TEST(JsonWriter, NeverReadsBeyondTheText) {
   const std::string text = "plain text without anything special";
   for (std::size_t length = 0; length <= text.size(); ++length) {
     // A vector of exactly this size, so that the address sanitizer sees a read beyond it.
     const std::vector<char> bytes(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(length));
-    EXPECT_EQ(PlainRunLength(bytes.data(), bytes.data() + length), length);
+    EXPECT_EQ(WrittenString({bytes.data(), length}), Escaped(text.substr(0, length)));
+  }
+}
+
+TEST(CountPlain, FirstSpecialByteEndsTheCount) {
+  for (std::size_t place = 0; place <= kRunStep; ++place) {
+    for (const char special : {'"', '\\', '\0', '\x1F'}) {
+      std::string text(kRunStep, '\x7F');
+      for (std::size_t i = place; i < kRunStep; ++i) text[i] = special;
+      EXPECT_EQ(CountPlain(text.data()), place);
+    }
   }
 }
 

@@ -17,8 +17,13 @@ constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 
 std::string TextOf(double value) {
-  NumberBuffer buffer;
-  return std::string(FormatDouble(value, buffer));
+  char buffer[kNumberSize];
+  return std::string(buffer, FormatDouble(value, buffer));
+}
+
+std::string TextOf(std::int64_t value) {
+  char buffer[kNumberSize];
+  return std::string(buffer, FormatInteger(value, buffer));
 }
 
 /// The rule once more, step by step over what the C library prints.
@@ -83,11 +88,10 @@ TEST(FormatDouble, AgreesWithTheRuleForShortDecimals) {
 }
 
 TEST(FormatInteger, BothEndsOfTheRange) {
-  NumberBuffer buffer;
-  EXPECT_EQ(FormatInteger(0, buffer), "0");
-  EXPECT_EQ(FormatInteger(-1, buffer), "-1");
-  EXPECT_EQ(FormatInteger(INT64_MAX, buffer), "9223372036854775807");
-  EXPECT_EQ(FormatInteger(INT64_MIN, buffer), "-9223372036854775808");
+  EXPECT_EQ(TextOf(std::int64_t{0}), "0");
+  EXPECT_EQ(TextOf(std::int64_t{-1}), "-1");
+  EXPECT_EQ(TextOf(std::int64_t{INT64_MAX}), "9223372036854775807");
+  EXPECT_EQ(TextOf(std::int64_t{INT64_MIN}), "-9223372036854775808");
 }
 
 TEST(IsIntegerText, FractionOrExponentMakesADouble) {

@@ -20,8 +20,8 @@ using Testing::WriteValue;
 /// A double of sixteen digits, which is what the wire carries.
 rc::Gen<double> WireDouble() {
   return rc::gen::map(rc::gen::arbitrary<double>(), [](double value) {
-    NumberBuffer buffer;
-    return ParseDouble(FormatDouble(value, buffer));
+    char buffer[kNumberSize];
+    return ParseDouble(std::string_view(buffer, FormatDouble(value, buffer)));
   });
 }
 

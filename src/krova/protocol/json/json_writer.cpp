@@ -1,11 +1,58 @@
 #include "krova/protocol/json/json_writer.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "krova/protocol/json/number_text.h"
 #include "krova/protocol/json/plain_run.h"
 
 namespace Krova::Protocol::Json {
+namespace {
+
+/// The longest escape, "\u001F".
+constexpr std::size_t kEscapeSize = 6;
+/// What a step in a string may write: a run that is copied whole, and an escape behind it.
+constexpr std::size_t kStepSize = kRunStep + kEscapeSize;
+
+/// For each byte what follows the backslash; null for plain bytes, which have none.
+constexpr std::array<char, 256> MakeEscapes() {
+  std::array<char, 256> escapes{};
+  for (std::size_t byte = 0; byte < 0x20; ++byte) escapes[byte] = 'u';
+  escapes['\b'] = 'b';
+  escapes['\t'] = 't';
+  escapes['\n'] = 'n';
+  escapes['\f'] = 'f';
+  escapes['\r'] = 'r';
+  escapes['"'] = '"';
+  escapes['\\'] = '\\';
+  return escapes;
+}
+
+constexpr std::array<char, 256> kEscapes = MakeEscapes();
+
+/// Writes one byte of a string. \return The place behind it.
+char* WriteByte(char byte, char* to) {
+  constexpr std::string_view kHex = "0123456789ABCDEF";
+  const auto code = static_cast<unsigned char>(byte);
+  const char escape = kEscapes[code];
+  if (escape == 0) {
+    *to++ = byte;
+    return to;
+  }
+  *to++ = '\\';
+  *to++ = escape;
+  if (escape != 'u') return to;
+  *to++ = '0';
+  *to++ = '0';
+  *to++ = kHex[code >> 4];
+  *to++ = kHex[code & 0xF];
+  return to;
+}
+
+}  // namespace
+
+JsonWriter::JsonWriter(std::streambuf& sink)
+    : sink_(sink), asioSink_(dynamic_cast<boost::asio::streambuf*>(&sink)) {}
 
 void JsonWriter::Key(std::string_view key) {
   Separate();
@@ -15,13 +62,15 @@ void JsonWriter::Key(std::string_view key) {
 }
 
 void JsonWriter::Integer(std::int64_t value) {
-  NumberBuffer buffer;
-  Bare(FormatInteger(value, buffer));
+  Separate();
+  at_ = FormatInteger(value, Reserve(kNumberSize));
+  needsComma_ = true;
 }
 
 void JsonWriter::Double(double value) {
-  NumberBuffer buffer;
-  Bare(FormatDouble(value, buffer));
+  Separate();
+  at_ = FormatDouble(value, Reserve(kNumberSize));
+  needsComma_ = true;
 }
 
 void JsonWriter::String(std::string_view text) {
@@ -41,65 +90,59 @@ void JsonWriter::Close(char bracket) {
   needsComma_ = true;
 }
 
-void JsonWriter::Bare(std::string_view text) {
+/// \param word  Short and without anything to escape.
+void JsonWriter::Word(std::string_view word) {
   Separate();
-  Append(text);
+  at_ = std::copy(word.begin(), word.end(), Reserve(word.size()));
   needsComma_ = true;
+}
+
+void JsonWriter::Quote(std::string_view text) {
+  const char* from = text.data();
+  const char* const end = from + text.size();
+  Put('"');
+  while (from != end) {
+    char* to = Reserve(kStepSize);
+    // As many steps as there is surely room for.
+    const char* const lastStep = block_.data() + kBlockSize - kStepSize;
+    while (to <= lastStep && static_cast<std::size_t>(end - from) >= kRunStep) {
+      // Copied before it is known how much of it stays: quicker than copying just that.
+      std::memcpy(to, from, kRunStep);
+      const std::size_t plain = CountPlain(from);
+      from += plain;
+      to += plain;
+      if (plain < kRunStep) to = WriteByte(*from++, to);
+    }
+    if (to <= lastStep && from != end) to = WriteByte(*from++, to);
+    at_ = to;
+  }
+  Put('"');
 }
 
 void JsonWriter::Separate() {
   if (needsComma_) Put(',');
 }
 
-void JsonWriter::Quote(std::string_view text) {
-  Put('"');
-  const char* at = text.data();
-  const char* const end = at + text.size();
-  while (true) {
-    const std::size_t plain = PlainRunLength(at, end);
-    Append({at, plain});
-    at += plain;
-    if (at == end) break;
-    Escape(static_cast<unsigned char>(*at++));
-  }
-  Put('"');
-}
-
-void JsonWriter::Escape(unsigned char byte) {
-  constexpr std::string_view kShort = "\b\t\n\f\r\"\\";
-  constexpr std::string_view kLetters = "btnfr\"\\";
-  constexpr std::string_view kHex = "0123456789ABCDEF";
-  Put('\\');
-  const std::size_t letter = kShort.find(static_cast<char>(byte));
-  if (letter != std::string_view::npos) {
-    Put(kLetters[letter]);
-    return;
-  }
-  Append("u00");
-  Put(kHex[byte >> 4]);
-  Put(kHex[byte & 0xF]);
-}
-
 void JsonWriter::Put(char byte) {
-  if (used_ == kBlockSize) Flush();
-  block_[used_++] = byte;
+  *Reserve(1) = byte;
+  ++at_;
 }
 
-void JsonWriter::Append(std::string_view text) {
-  if (text.size() > kBlockSize - used_) {
-    Flush();
-    if (text.size() > kBlockSize) {
-      sink_.sputn(text.data(), static_cast<std::streamsize>(text.size()));
-      return;
-    }
-  }
-  std::memcpy(block_.data() + used_, text.data(), text.size());
-  used_ += text.size();
+char* JsonWriter::Reserve(std::size_t size) {
+  if (static_cast<std::size_t>(block_.data() + kBlockSize - at_) < size) Flush();
+  return at_;
 }
 
 void JsonWriter::Flush() {
-  sink_.sputn(block_.data(), static_cast<std::streamsize>(used_));
-  used_ = 0;
+  const auto size = static_cast<std::size_t>(at_ - block_.data());
+  if (asioSink_ != nullptr) {
+    // Written to as a stream buffer, it would grow by 128 bytes at a time.
+    std::memcpy(asioSink_->prepare(size).data(), block_.data(), size);
+    asioSink_->commit(size);
+  } else {
+    sink_.sputn(block_.data(), static_cast<std::streamsize>(size));
+  }
+  at_ = block_.data();
 }
 
 }  // namespace Krova::Protocol::Json

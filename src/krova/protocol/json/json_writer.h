@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <boost/asio/streambuf.hpp>
 #include <cstddef>
 #include <cstdint>
 #include <streambuf>
@@ -17,7 +18,7 @@ namespace Krova::Protocol::Json {
 /// it. Any depth costs the same: the writer keeps no stack.
 class JsonWriter {
  public:
-  explicit JsonWriter(std::streambuf& sink) : sink_(sink) {}
+  explicit JsonWriter(std::streambuf& sink);
   JsonWriter(const JsonWriter&) = delete;
   JsonWriter& operator=(const JsonWriter&) = delete;
   ~JsonWriter() { Flush(); }
@@ -29,8 +30,8 @@ class JsonWriter {
   /// \param key  Any bytes, as in String.
   void Key(std::string_view key);
 
-  void Null() { Bare("null"); }
-  void Bool(bool value) { Bare(value ? "true" : "false"); }
+  void Null() { Word("null"); }
+  void Bool(bool value) { Word(value ? "true" : "false"); }
   void Integer(std::int64_t value);
   /// By the double rule, see FormatDouble.
   void Double(double value);
@@ -43,19 +44,22 @@ class JsonWriter {
 
   void Open(char bracket);
   void Close(char bracket);
-  void Bare(std::string_view text);
-  void Separate();
+  void Word(std::string_view word);
   void Quote(std::string_view text);
-  void Escape(unsigned char byte);
+  void Separate();
   void Put(char byte);
-  void Append(std::string_view text);
+  /// Makes room for \p size bytes, which is less than a block has.
+  /// \return Where they go; at_ is then moved behind them by the caller.
+  char* Reserve(std::size_t size);
   void Flush();
 
   std::streambuf& sink_;
+  /// The sink if it is one of Asio's, else null.
+  boost::asio::streambuf* const asioSink_;
   /// Whether the next key or element follows another one of the same compound.
   bool needsComma_ = false;
-  std::size_t used_ = 0;
   std::array<char, kBlockSize> block_;
+  char* at_ = block_.data();
 };
 
 }  // namespace Krova::Protocol::Json

@@ -43,23 +43,23 @@ std::int64_t Magnitude(std::string_view text) {
 
 }  // namespace
 
-std::string_view FormatDouble(double value, NumberBuffer& buffer) {
-  if (!std::isfinite(value)) return NonFiniteText(value);
-  char* const begin = buffer.data();
+char* FormatDouble(double value, char* to) {
+  if (!std::isfinite(value)) {
+    const std::string_view word = NonFiniteText(value);
+    return std::copy(word.begin(), word.end(), to);
+  }
   char* const end =
-      std::to_chars(begin, begin + buffer.size(), value, std::chars_format::scientific, 15).ptr;
+      std::to_chars(to, to + kNumberSize, value, std::chars_format::scientific, 15).ptr;
   // The exponent has a sign and at least two digits.
   char* exponent = end - 4;
   while (*exponent != 'e') --exponent;
   char* fractionEnd = exponent;
   while (fractionEnd[-1] == '0' && fractionEnd[-2] != '.') --fractionEnd;
-  char* const textEnd = MoveExponent(exponent, end, fractionEnd);
-  return {begin, static_cast<std::size_t>(textEnd - begin)};
+  return MoveExponent(exponent, end, fractionEnd);
 }
 
-std::string_view FormatInteger(std::int64_t value, NumberBuffer& buffer) {
-  const char* const end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value).ptr;
-  return {buffer.data(), static_cast<std::size_t>(end - buffer.data())};
+char* FormatInteger(std::int64_t value, char* to) {
+  return std::to_chars(to, to + kNumberSize, value).ptr;
 }
 
 bool IsIntegerText(std::string_view text) {

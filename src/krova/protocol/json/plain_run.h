@@ -30,16 +30,4 @@ inline std::size_t CountPlain(const char* at) {
   return static_cast<std::size_t>(std::countr_zero(marks)) / 8;
 }
 
-/// How many bytes from \p begin on are plain, not looking beyond \p end.
-inline std::size_t PlainRunLength(const char* begin, const char* end) {
-  const char* at = begin;
-  while (static_cast<std::size_t>(end - at) >= kRunStep) {
-    const std::size_t plain = CountPlain(at);
-    at += plain;
-    if (plain < kRunStep) return static_cast<std::size_t>(at - begin);
-  }
-  while (at != end && static_cast<unsigned char>(*at) >= 0x20 && *at != '"' && *at != '\\') ++at;
-  return static_cast<std::size_t>(at - begin);
-}
-
 }  // namespace Krova::Protocol::Json

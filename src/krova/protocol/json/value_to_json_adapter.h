@@ -13,15 +13,15 @@ namespace Krova::Protocol::Json {
 /// must travel over an encrypted connection only.
 struct Secure {};
 
-/// An open compound of a tree that is being written.
+/// A compound of which a part is written.
 struct BasicAdaptEntry {
   const Data::DataValue* value;
   /// The child that comes next.
   std::size_t next = 0;
 };
 
-/// Writes a tree of values as JSON text, without recursion: its own stack holds what is open, with
-/// 16 bytes for each level. A value that is unset is written as `{}`, which reads as unset.
+/// Writes a tree of values as JSON text, without recursion: its own stack holds what is open,
+/// with 16 bytes for each level. A value that is unset is written as `{}`, which reads as unset.
 template <typename Policy>
 class ValueToJsonAdapter {
  public:
@@ -31,12 +31,16 @@ class ValueToJsonAdapter {
   void Write(const Data::ValuePointer& root);
 
  private:
-  void WriteValue(const Data::DataValue* value);
-  void Open(const Data::DataValue& value);
-  bool WriteNextChild();
-  bool WriteNextElement(const Data::ListValue& list);
-  bool WriteNextField(const Data::NamedFields& fields);
-  bool WriteOptionalChild(const Data::OptionalValue& optional);
+  /// Writes a value without children as a whole, and of any other one the opening.
+  /// \return Whether it is finished; if it isn't, an entry was pushed for it.
+  bool WriteValue(const Data::DataValue* value);
+  bool Open(const Data::DataValue& value, Data::DataType type);
+  /// Writes children of the compound on top until one of them is opened, or all are written and the
+  /// compound is closed.
+  void Continue();
+  void ContinueList(const Data::ListValue& list);
+  void ContinueFields(const Data::NamedFields& fields);
+  void ContinueOptional(const Data::OptionalValue& optional);
 
   JsonWriter& writer_;
   std::vector<BasicAdaptEntry> entries_;

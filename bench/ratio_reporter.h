@@ -1,0 +1,64 @@
+// Benchmarks that are named "WHAT/OURS" and "WHAT/THEIRS", with a table of ratios at the end.
+#pragma once
+
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Bench {
+
+/// Prints each run as usual, and at the end how many times as long each other one took as ours.
+class RatioReporter : public benchmark::ConsoleReporter {
+ public:
+  /// \param ours  The last part of the names of what the others are compared with.
+  explicit RatioReporter(std::string ours) : ours_(std::move(ours)) {}
+
+  void ReportRuns(const std::vector<Run>& runs) override {
+    ConsoleReporter::ReportRuns(runs);
+    for (const Run& run : runs) Note(run);
+  }
+
+  void Finalize() override {
+    std::printf("\nTime of the others, %s = 1 (more is slower)\n", ours_.c_str());
+    for (const std::string& group : groups_) PrintGroup(group, times_[group]);
+  }
+
+ private:
+  using Times = std::vector<std::pair<std::string, double>>;
+
+  /// With repetitions, the median stands for all of them.
+  void Note(const Run& run) {
+    if (run.error_occurred) return;
+    if (run.run_type == Run::RT_Aggregate ? run.aggregate_name != "median" : run.repetitions > 1) {
+      return;
+    }
+    const std::string& name = run.run_name.function_name;
+    const std::size_t slash = name.rfind('/');
+    const std::string group = name.substr(0, slash);
+    if (times_.find(group) == times_.end()) groups_.push_back(group);
+    times_[group].emplace_back(name.substr(slash + 1), run.GetAdjustedCPUTime());
+  }
+
+  void PrintGroup(const std::string& group, const Times& times) const {
+    double own = 0;
+    for (const auto& [name, time] : times) {
+      if (name == ours_) own = time;
+    }
+    if (own == 0) return;
+    std::printf("  %-20s", group.c_str());
+    for (const auto& [name, time] : times) {
+      if (name != ours_) std::printf("  %s %.2f", name.c_str(), time / own);
+    }
+    std::printf("\n");
+  }
+
+  std::string ours_;
+  std::vector<std::string> groups_;
+  std::map<std::string, Times> times_;
+};
+
+}  // namespace Bench
