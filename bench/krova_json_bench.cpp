@@ -12,13 +12,13 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
-#include <streambuf>
 #include <string>
 #include <thread>
 
 #include "krova/protocol/json/request_deserializer.h"
 #include "krova/protocol/json/response_serializer.h"
 #include "ratio_reporter.h"
+#include "text_source.h"
 
 namespace {
 
@@ -79,14 +79,6 @@ std::string WideInput(int count) {
 
 // Ours.
 
-/// A source that reads a text again and again without copying it.
-class TextSource : public std::streambuf {
- public:
-  explicit TextSource(std::string& text) {
-    setg(text.data(), text.data(), text.data() + text.size());
-  }
-};
-
 class Keeper : public Krova::Core::ApiRequestVisitor {
  public:
   void Invoke(const std::string&, const std::shared_ptr<const Krova::Core::MethodIdentifier>&,
@@ -99,7 +91,7 @@ class Keeper : public Krova::Core::ApiRequestVisitor {
 };
 
 Krova::Data::ValuePointer ReadWithKrova(std::string& text) {
-  TextSource source(text);
+  Bench::TextSource source(text);
   Keeper keeper;
   std::shared_ptr<const Krova::Data::ErrorValue> error;
   if (!JsonApiRequestDeserializer().Deserialize(source, keeper, error)) {
