@@ -33,7 +33,15 @@ LogLine DebugLine(std::wstring message) { return {'D', std::move(message)}; }
 std::vector<LogLine> ReadLog(const std::filesystem::path& file) {
   std::vector<LogLine> lines;
   std::ifstream stream(file, std::ios::binary);
-  for (std::string line; std::getline(stream, line);) lines.push_back(ParseLine(line));
+  for (std::string text; std::getline(stream, text);) {
+    const LogLine line = ParseLine(text);
+    // A message may hold line ends.
+    if (line.level == 0 && !lines.empty()) {
+      lines.back().message += L"\n" + line.message;
+    } else {
+      lines.push_back(line);
+    }
+  }
   return lines;
 }
 

@@ -22,8 +22,8 @@ LogLine WarningLine(std::wstring message);
 LogLine ErrorLine(std::wstring message);
 LogLine DebugLine(std::wstring message);
 
-/// \return The lines of a log file; those without the usual prefix have level 0. None when there is
-///         no such file.
+/// \return The lines of a log file; one without the usual prefix continues the message before it.
+///         None when there is no such file.
 std::vector<LogLine> ReadLog(const std::filesystem::path& file);
 
 /// \return The lines of the log of the agent's code in this process.

@@ -1,0 +1,90 @@
+#include "core/startup/control_handler.h"
+
+#include <future>
+
+#include "core/server_lifetime.h"
+#include "core_test.h"
+#include "pion/http/server.h"
+#include "pion/scheduler.h"
+#include "support/console_capture.h"
+
+namespace Halvard {
+namespace {
+
+using Testing::ConsoleCapture;
+using testing::ElementsAre;
+using Testing::InfoLine;
+using Testing::OwnLog;
+
+class ControlHandler : public CoreTest {
+ protected:
+  ~ControlHandler() override { DestroyServer(); }
+
+  void StartServer() {
+    const boost::asio::ip::tcp::endpoint anyPort(boost::asio::ip::address_v4::loopback(), 0);
+    auto server = std::make_unique<pion::http::server>(scheduler_, anyPort);
+    server_ = server.get();
+    server_->start();
+    SetServer(std::move(server));
+  }
+
+  pion::single_service_scheduler scheduler_;
+  pion::tcp::server* server_ = nullptr;
+  ConsoleCapture console_;
+};
+
+TEST_F(ControlHandler, CtrlCAndBreakDoNothingBeforeThereIsAServer) {
+  EXPECT_EQ(CtrlHandler(CTRL_C_EVENT), TRUE);
+  EXPECT_EQ(CtrlHandler(CTRL_BREAK_EVENT), TRUE);
+  EXPECT_EQ(console_.Text(), L"");
+  EXPECT_THAT(OwnLog(), ElementsAre(InfoLine(L"CtrlHandler: Received ctrl type: 0"),
+                                    InfoLine(L"CtrlHandler: Received ctrl type: 1")));
+}
+
+TEST_F(ControlHandler, CtrlCStopsTheServer) {
+  for (const DWORD type : {DWORD{CTRL_C_EVENT}, DWORD{CTRL_BREAK_EVENT}}) {
+    StartServer();
+    EXPECT_EQ(CtrlHandler(type), TRUE);
+    EXPECT_FALSE(server_->is_listening());
+    JoinServer();
+    DestroyServer();
+  }
+  EXPECT_EQ(console_.Text(), L"Shutting down Halvard...\nShutting down Halvard...\n");
+  EXPECT_THAT(OwnLog(),
+              testing::Contains(InfoLine(L"CtrlHandler: Shutting down Halvard...")).Times(2));
+}
+
+TEST_F(ControlHandler, ClosedConsoleStopsTheServerAndWaitsTenSeconds) {
+  StartServer();
+  Lab::TheMachine().Clock().Stop();
+  std::future<BOOL> handled = std::async(std::launch::async, CtrlHandler, DWORD{CTRL_CLOSE_EVENT});
+  JoinServer();
+  EXPECT_FALSE(server_->is_listening());
+  Lab::TheMachine().Clock().Advance(9'999);
+  EXPECT_EQ(handled.wait_for(std::chrono::milliseconds(20)), std::future_status::timeout);
+  Lab::TheMachine().Clock().Advance(10'000);
+  EXPECT_EQ(handled.get(), TRUE);
+  EXPECT_EQ(console_.Text(), L"Shutting down Halvard...\n");
+}
+
+TEST_F(ControlHandler, ClosedConsoleWaitsWithoutAServerToo) {
+  const std::uint64_t before = Lab::TheMachine().Clock().Ticks();
+  Lab::TheMachine().Clock().Stop();
+  std::future<BOOL> handled = std::async(std::launch::async, CtrlHandler, DWORD{CTRL_CLOSE_EVENT});
+  while (handled.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready) {
+    Lab::TheMachine().Clock().Advance(1'000);
+  }
+  EXPECT_EQ(handled.get(), TRUE);
+  EXPECT_GE(Lab::TheMachine().Clock().Ticks() - before, 10'000u);
+  EXPECT_EQ(console_.Text(), L"");
+}
+
+TEST_F(ControlHandler, OtherEventsAreLeftToTheSystem) {
+  EXPECT_EQ(CtrlHandler(CTRL_LOGOFF_EVENT), FALSE);
+  EXPECT_EQ(CtrlHandler(CTRL_SHUTDOWN_EVENT), FALSE);
+  EXPECT_THAT(OwnLog(), ElementsAre(InfoLine(L"CtrlHandler: Received ctrl type: 5"),
+                                    InfoLine(L"CtrlHandler: Received ctrl type: 6")));
+}
+
+}  // namespace
+}  // namespace Halvard

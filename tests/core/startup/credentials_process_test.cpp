@@ -1,0 +1,109 @@
+#include "process_test.h"
+
+namespace Halvard {
+namespace {
+
+using Testing::AgentProcess;
+using Testing::AgentRun;
+using testing::Contains;
+using Testing::ErrorLine;
+using testing::HasSubstr;
+using Testing::InfoLine;
+using testing::Not;
+using Testing::RunAgent;
+
+constexpr wchar_t kPrompt[] = L"Enter Administrator@ostrel.local password: ";
+
+/// The program as it is built: it refuses every password.
+TEST(Credentials, ThreeWrongPasswordsAtATerminalEndTheRun) {
+  const Lab::Instance machine("infrastructure-5.5");
+  AgentProcess agent(machine, {});
+  for (const wchar_t* password : {L"s3cret-1", L"s3cret-\u00e4\u6771", L"s3cret-3x\b"}) {
+    agent.WaitFor(kPrompt);
+    agent.Type(std::wstring(password) + L"\r");
+    agent.WaitFor(English(1050) + L"\n");
+  }
+  agent.WaitFor(English(1042) + L"\n" + English(1126) + L"\n");
+  agent.Type(L"\r");
+  const AgentRun run = agent.Wait();
+
+  EXPECT_EQ(run.exitCode, kFailureCode);
+  const std::wstring masked = std::wstring(kPrompt) + L"********\n" + English(1050) + L"\n";
+  EXPECT_THAT(run.console, HasSubstr(masked));
+  EXPECT_THAT(run.console, HasSubstr(L": *********\n"));
+  EXPECT_THAT(run.console, HasSubstr(L": *********\b \b\n"));
+  EXPECT_THAT(run.allOutput, Not(HasSubstr(L"s3cret")));
+  EXPECT_THAT(run.log, Contains(ErrorLine(L"CollectRequiredUserInput: " + English(1042))));
+  EXPECT_THAT(
+      run.log,
+      Contains(
+          ErrorLine(L"ValidateLocalSSOCredentials: Refused. This build has no directory client."))
+          .Times(3));
+}
+
+TEST(Credentials, KelvaneServersAdministratorIsAskedForToo) {
+  const Lab::Instance machine("embedded-5.5");
+  AgentProcess agent(machine, {});
+  for (int i = 0; i < 3; ++i) {
+    agent.WaitFor(kPrompt);
+    agent.Type(L"s3cret\r");
+    agent.WaitFor(English(1058) + L"\n");
+  }
+  agent.WaitFor(English(1126) + L"\n");
+  agent.Type(L"\r");
+  const AgentRun run = agent.Wait();
+  EXPECT_EQ(run.exitCode, kFailureCode);
+  EXPECT_THAT(
+      run.log,
+      Contains(
+          ErrorLine(
+              L"ValidateKvAdminCredentials: Refused. This build has no Kelvane Server client."))
+          .Times(3));
+}
+
+TEST(Credentials, CtrlCAtAPromptIsSwallowed) {
+  const Lab::Instance machine("infrastructure-5.5");
+  AgentProcess agent(machine, {});
+  agent.WaitFor(kPrompt);
+  agent.Type(L"ab");
+  agent.WaitFor(L"**");
+  // The terminal of the host drops what was typed ahead of Ctrl+C, so each piece waits for the
+  // last.
+  agent.Type(L"\x03");
+  agent.WaitForLog(InfoLine(L"CtrlHandler: Received ctrl type: 0"));
+  agent.Type(L"cd");
+  agent.WaitFor(L"**");
+  agent.Type(L"\r");
+  for (int i = 0; i < 2; ++i) {
+    agent.WaitFor(kPrompt);
+    agent.Type(L"\r");
+  }
+  agent.WaitFor(English(1126));
+  agent.Type(L"\r");
+  const AgentRun run = agent.Wait();
+  EXPECT_EQ(run.exitCode, kFailureCode);
+  EXPECT_THAT(run.console, HasSubstr(std::wstring(kPrompt) + L"****\n"));
+  EXPECT_THAT(run.console, Not(HasSubstr(English(1045))));
+}
+
+TEST(Credentials, WithoutAConsoleThreeEmptyPasswordsEndTheRun) {
+  const Lab::Instance machine("infrastructure-5.5");
+  const AgentRun run = RunAgent(machine, {});
+  EXPECT_EQ(run.exitCode, kFailureCode);
+  const std::wstring attempt = std::wstring(kPrompt) + L"\n" + English(1050) + L"\n";
+  EXPECT_EQ(run.console, English(1014) + L"\n" + attempt + attempt + attempt + English(1042) +
+                             L"\n" + English(1126) + L"\n");
+}
+
+TEST(Credentials, WrongPasswordOnTheCommandLineEndsTheRunAtOnce) {
+  const Lab::Instance machine("infrastructure-5.5");
+  const AgentRun run =
+      RunAgent(machine, {L"-p", L"s3cret", L"-a", L"s3cret", L"-e", L"C:\\export"});
+  EXPECT_EQ(run.exitCode, kFailureCode);
+  EXPECT_EQ(run.console, English(1014) + L"\n" + English(1133) + English(1098) + L"\n" +
+                             English(1054) + English(1050) + L"\n");
+  EXPECT_THAT(run.allOutput, Not(HasSubstr(L"s3cret")));
+}
+
+}  // namespace
+}  // namespace Halvard

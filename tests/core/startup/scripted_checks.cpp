@@ -1,0 +1,66 @@
+#include "scripted_checks.h"
+
+#include <sstream>
+
+#include "core/text.h"
+#include "host/windows_api.h"
+#include "security/directory_credentials.h"
+#include "security/service_accounts.h"
+#include "serverclient/credentials.h"
+#include "serverclient/inventory_size.h"
+
+namespace Halvard {
+namespace {
+
+template <typename... Arguments>
+void Note(const std::string& name, const Arguments&... arguments) {
+  std::ostringstream call;
+  std::string separator;
+  call << name << '(';
+  ((call << separator << arguments, separator = ", "), ...);
+  call << ')';
+  Testing::CheckCalls().push_back(call.str());
+}
+
+bool IsAccepted(const std::wstring& password) { return password == Testing::kAcceptedPassword; }
+
+}  // namespace
+
+std::vector<std::string>& Testing::CheckCalls() {
+  static std::vector<std::string> calls;
+  return calls;
+}
+
+bool ServerClient::ValidateKvAdminCredentials(const std::string& host, std::int32_t port,
+                                              const std::string& tunnelPath,
+                                              const std::string& thumbprint,
+                                              const std::string& user,
+                                              const std::string& password) {
+  Note("ValidateKvAdminCredentials", host, port, tunnelPath, thumbprint, user);
+  return IsAccepted(Utf8ToWide(password));
+}
+
+bool ServerClient::GetInventorySize(const std::string& host, std::int32_t port,
+                                    const std::string& tunnelPath, const std::string& thumbprint,
+                                    const std::string& user, const std::string& password,
+                                    std::int32_t& hosts, std::int32_t& machines) {
+  Note("GetInventorySize", host, port, tunnelPath, thumbprint, user);
+  wchar_t inventory[64] = {};
+  if (GetEnvironmentVariableW(Testing::kInventoryVariable, inventory, 64) == 0) return false;
+  std::wistringstream(inventory) >> hosts >> machines;
+  return IsAccepted(Utf8ToWide(password));
+}
+
+bool Security::ValidateLocalSSOCredentials(const std::wstring& user, const std::wstring& password,
+                                           bool isVersion55) {
+  Note("ValidateLocalSSOCredentials", WideToUtf8(user), isVersion55 ? "5.5" : "later");
+  return IsAccepted(password);
+}
+
+bool Security::ValidateServiceAccountCredentials(const std::wstring& user,
+                                                 const std::wstring& password) {
+  Note("ValidateServiceAccountCredentials", WideToUtf8(user));
+  return IsAccepted(password);
+}
+
+}  // namespace Halvard

@@ -1,0 +1,19 @@
+// Stand-ins for the checks of credentials and the inventory query, which a test decides and sees.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace Halvard::Testing {
+
+/// The one password that every check accepts.
+inline constexpr wchar_t kAcceptedPassword[] = L"right \u00e4\u6771\u4eac";
+
+/// The calls so far, as "Name(argument, argument ...)", oldest first.
+std::vector<std::string>& CheckCalls();
+
+/// The variable of the machine by which a test gives the inventory: "hosts machines". Without it
+/// the query fails.
+inline constexpr wchar_t kInventoryVariable[] = L"SCRIPTED_INVENTORY";
+
+}  // namespace Halvard::Testing

@@ -1,0 +1,84 @@
+#include "core/server_lifetime.h"
+
+#include <thread>
+
+#include "core_test.h"
+#include "pion/http/server.h"
+#include "pion/scheduler.h"
+
+namespace Halvard {
+namespace {
+
+using testing::Contains;
+using Testing::InfoLine;
+using Testing::OwnLog;
+using Testing::WarningLine;
+
+class ServerLifetime : public CoreTest {
+ protected:
+  ~ServerLifetime() override { DestroyServer(); }
+
+  void StartServer() {
+    const boost::asio::ip::tcp::endpoint anyPort(boost::asio::ip::address_v4::loopback(), 0);
+    auto server = std::make_unique<pion::http::server>(scheduler_, anyPort);
+    server_ = server.get();
+    server_->start();
+    SetServer(std::move(server));
+  }
+
+  pion::single_service_scheduler scheduler_;
+  pion::tcp::server* server_ = nullptr;
+};
+
+TEST_F(ServerLifetime, WithoutAServerNothingIsStoppedOrAwaited) {
+  machine_.Set("/clock/speed", 50);
+  EXPECT_FALSE(ServerExists());
+  StopServer();
+  JoinServer();
+  EXPECT_EQ(WaitAndShutdownHV(nullptr), 0u);
+}
+
+TEST_F(ServerLifetime, ServerExistsUntilItIsDestroyed) {
+  StartServer();
+  EXPECT_TRUE(ServerExists());
+  StopServer();
+  EXPECT_TRUE(ServerExists());
+  JoinServer();
+  DestroyServer();
+  EXPECT_FALSE(ServerExists());
+}
+
+TEST_F(ServerLifetime, ManyStopsAndTheEndMayOverlap) {
+  StartServer();
+  std::vector<std::thread> stops;
+  for (int i = 0; i < 8; ++i) stops.emplace_back(StopServer);
+  JoinServer();
+  DestroyServer();
+  for (std::thread& stop : stops) stop.join();
+  EXPECT_FALSE(ServerExists());
+}
+
+TEST_F(ServerLifetime, ThreadStopsTheServerASecondLater) {
+  machine_.Set("/clock/speed", 50);
+  StartServer();
+  const std::uint64_t before = Lab::TheMachine().Clock().Ticks();
+  EXPECT_TRUE(CreateChildThreadToShutdownHV());
+  JoinServer();
+  EXPECT_GE(Lab::TheMachine().Clock().Ticks() - before, 1'000u);
+  EXPECT_THAT(
+      OwnLog(),
+      Contains(InfoLine(
+          L"WaitAndShutdownHV: Waiting for 1000 milli seconds before shutting down halvard.")));
+}
+
+TEST_F(ServerLifetime, ThreadThatCannotStartIsReported) {
+  machine_.PlanFault({.function = "CreateThread", .error = ERROR_NOT_ENOUGH_MEMORY});
+  EXPECT_FALSE(CreateChildThreadToShutdownHV());
+  EXPECT_THAT(
+      OwnLog(),
+      Contains(WarningLine(
+          L"CreateChildThreadToShutdownHV: Failed to create thread to initiate halvard shutdown. Error code: 8")));
+}
+
+}  // namespace
+}  // namespace Halvard
