@@ -1,6 +1,6 @@
+#include "api/thread_language.h"
 #include "machine/call.h"
 #include "machine/machine.h"
-#include "machine/thread_language.h"
 #include "winnls.h"
 
 namespace {

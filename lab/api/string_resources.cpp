@@ -1,9 +1,9 @@
 #include <string_view>
 
+#include "api/thread_language.h"
 #include "machine/call.h"
 #include "machine/handles.h"
 #include "machine/string_tables.h"
-#include "machine/thread_language.h"
 #include "winerror.h"
 #include "winnt.h"
 #include "winuser.h"
