@@ -1,5 +1,6 @@
-# halvard_add_test(NAME SOURCES ... LIBS ...): one GoogleTest program of the suite. Each of its tests
-# is a test of CTest's, found when CTest starts.
+# halvard_add_test(NAME SOURCES ... LIBS ... [LOCK NAME]): one GoogleTest program of the suite. Each of
+# its tests is a test of CTest's, found when CTest starts. Tests with the same lock don't run side by
+# side.
 include(GoogleTest)
 find_package(GTest REQUIRED)
 
@@ -10,12 +11,16 @@ if(CMAKE_CROSSCOMPILING)
 endif()
 
 function(halvard_add_test name)
-  cmake_parse_arguments(TEST "" "" "SOURCES;LIBS" ${ARGN})
+  cmake_parse_arguments(TEST "" "LOCK" "SOURCES;LIBS" ${ARGN})
   add_executable(${name} ${TEST_SOURCES})
   target_link_libraries(${name} PRIVATE ${TEST_LIBS} GTest::gmock GTest::gtest_main
                         halvard_warnings)
   set_target_properties(${name} PROPERTIES
     RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
-  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120
+  set(properties)
+  if(TEST_LOCK)
+    set(properties PROPERTIES RESOURCE_LOCK ${TEST_LOCK})
+  endif()
+  gtest_discover_tests(${name} ${properties} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120
                        TEST_PREFIX ${name}.)
 endfunction()

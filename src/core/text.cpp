@@ -1,5 +1,7 @@
 #include "core/text.h"
 
+#include <algorithm>
+
 #include "host/windows_api.h"
 
 namespace Halvard {
@@ -22,6 +24,16 @@ std::wstring Utf8ToWide(std::string_view text) {
   std::wstring wide(static_cast<std::size_t>(needed), L'\0');
   (void)MultiByteToWideChar(CP_UTF8, 0, text.data(), length, wide.data(), needed);
   return wide;
+}
+
+std::vector<std::wstring> SplitString(std::wstring_view text, wchar_t separator) {
+  std::vector<std::wstring> pieces;
+  while (!text.empty()) {
+    const std::wstring_view piece = text.substr(0, text.find(separator));
+    if (!piece.empty()) pieces.emplace_back(piece);
+    text.remove_prefix(std::min(piece.size() + 1, text.size()));
+  }
+  return pieces;
 }
 
 }  // namespace Halvard

@@ -3,6 +3,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace Halvard {
 
@@ -11,5 +12,8 @@ std::string WideToUtf8(std::wstring_view text);
 
 /// \return \p text as wide text. Bytes that aren't UTF-8 become U+FFFD.
 std::wstring Utf8ToWide(std::string_view text);
+
+/// \return The pieces between the separators, in order, without the empty ones.
+std::vector<std::wstring> SplitString(std::wstring_view text, wchar_t separator);
 
 }  // namespace Halvard

@@ -153,6 +153,8 @@ void AgentProcess::WaitForLog(const LogLine& line) const {
   throw std::runtime_error("the log never had: " + WideToUtf8(line.message));
 }
 
+std::wstring AgentProcess::Console() const { return Utf8ToWide(console_); }
+
 AgentRun AgentProcess::Wait() {
   while (ReadSome()) {
   }

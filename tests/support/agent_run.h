@@ -50,6 +50,8 @@ class AgentProcess {
   void WaitFor(const std::wstring& text);
   /// Waits until the log has the line.
   void WaitForLog(const LogLine& line) const;
+  /// What it has shown so far, as far as a wait has read it.
+  std::wstring Console() const;
   /// Waits for the end of the process.
   AgentRun Wait();
 

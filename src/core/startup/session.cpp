@@ -19,6 +19,8 @@
 #include "discovery/update_manager_record.h"
 #include "host/registry.h"
 #include "host/windows_api.h"
+#include "security/certificate.h"
+#include "security/https_server.h"
 #include "serverclient/inventory_size.h"
 
 namespace Halvard {
@@ -31,7 +33,7 @@ bool HasKelvaneServer(const Session& session) {
 bool DiscoverSource(Session& session) {
   if (!Discovery::DiscoverInstalledProducts()) return false;
   session.migrationType = gProperties[L"MIGRATION_TYPE"].Value();
-  // Not there yet: taking the snapshot of the network adapters for the rest of the run.
+  session.adapters.emplace();
   return true;
 }
 
@@ -113,6 +115,36 @@ void PauseForDebugging() {
   (void)ReadLine();
 }
 
+std::wstring GenerateCertificate(const Session& session) {
+  if (session.migrationType == L"tum") {
+    return Security::GenerateSSLCertificate(session.tumInfo.tumServer);
+  }
+  return Security::GenerateSSLCertificate(
+      gProperties[L"APP_NET_PNID"], SplitString(gProperties[L"CERT_IP_ADDRESSES"].Value(), L','),
+      SplitString(gProperties[L"CERT_DNS_NAMES"].Value(), L','));
+}
+
+bool MakeCertificate(const Session& session) {
+  const std::wstring thumbprint = GenerateCertificate(session);
+  if (thumbprint.empty()) {
+    LogScope log;
+    PrintLine(GetLocalizedString(1048));
+    log.Error(L"wmain: Failed to generate Halvard SSL certificate.");
+    gProperties[L"HV_INIT_ERROR"] = L"Failed to generate Halvard SSL certificate.";
+    return false;
+  }
+  gProperties[L"HV_THUMBPRINT"] = thumbprint;
+  return true;
+}
+
+bool StartServer(Session& session) {
+  session.scheduler.emplace();
+  if (Security::SetupAndStartHttpsServer(*session.scheduler, session.input.hvPort)) return true;
+  LogScope log;
+  log.Error(L"wmain: Failed to setup the HTTPs server.");
+  return false;
+}
+
 void AnnounceService(const Session& session) {
   PrintSettingsAndSteps(session.tumInfo);
   PrintLine();
@@ -122,6 +154,9 @@ void AnnounceService(const Session& session) {
 }
 
 }  // namespace
+
+// The server has to be gone before its scheduler, also after a failure.
+Session::~Session() { DestroyServer(); }
 
 bool StartSession(Session& session) {
   if (!DiscoverSource(session)) return false;
@@ -136,15 +171,15 @@ bool StartSession(Session& session) {
   PauseForDebugging();
   // Not there yet: the checks before the migration.
   // Not there yet, for all but the update manager: the network to migrate, and its gateway.
-  // Not there yet: the certificate, whose thumbprint becomes HV_THUMBPRINT.
+  if (!MakeCertificate(session)) return false;
   // Not there yet: the opening in the firewall.
-  // Not there yet: the HTTPS server.
+  if (!StartServer(session)) return false;
   // Not there yet, for the update manager: the temporary extension of its Kelvane Server.
   AnnounceService(session);
   return true;
 }
 
-void ServeUntilStopped(Session& /*session*/) {
+void ServeUntilStopped() {
   JoinServer();
   // Not there yet, for the update manager: the removal of the temporary extension.
   DestroyServer();

@@ -1,15 +1,21 @@
 // One run of the agent, step by step.
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "core/user_input.h"
+#include "network/adapters.h"
+#include "pion/scheduler.h"
 
 namespace Halvard {
 
 /// What a run's steps hand on. Its end undoes what the steps have set up.
 struct Session {
   explicit Session(int argumentCount) : argc(argumentCount) {}
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+  ~Session();
 
   /// The process's count of arguments, the program's name included: with 1 the operator is asked.
   int argc;
@@ -18,8 +24,10 @@ struct Session {
   /// MIGRATION_TYPE as discovery left it. Every later decision of start-up goes by this copy.
   std::wstring migrationType;
 
-  // Not there yet, to be held here so that they end in the reverse of this order: the network
-  // adapters, the extracted runner, the opening in the firewall, the server's scheduler.
+  // What ends with the run, in the reverse of this order.
+  // Not there yet: the extracted runner, and behind it the opening in the firewall.
+  std::optional<Network::AdapterAddressesWrapper> adapters;
+  std::optional<pion::single_service_scheduler> scheduler;
 };
 
 /// Runs every step from discovery to the announcement that the migration may begin.
@@ -28,6 +36,6 @@ struct Session {
 bool StartSession(Session& session);
 
 /// Waits until the server has been stopped, and takes back what StartSession left elsewhere.
-void ServeUntilStopped(Session& session);
+void ServeUntilStopped();
 
 }  // namespace Halvard

@@ -1,10 +1,15 @@
 // The process's entry: one straight line from the first step to the end of the server, and one
 // failure tail for whatever fails on the way.
+#include <exception>
+#include <string>
+
 #include "core/console.h"
 #include "core/logging.h"
 #include "core/messages.h"
+#include "core/property_store.h"
 #include "core/startup/initialization.h"
 #include "core/startup/session.h"
+#include "core/text.h"
 
 namespace Halvard {
 namespace {
@@ -22,6 +27,20 @@ void ConcludeFailure(int argc) {
   WaitForEnterOnFailure(argc);
 }
 
+/// What a library throws at a step ends the run like any failure: a port, for instance, that only
+/// IPv6 shows as taken.
+bool StartOrReport(Session& session) {
+  try {
+    return StartSession(session);
+  } catch (const std::exception& error) {
+    LogScope log;
+    const std::wstring reason = Utf8ToWide(error.what());
+    log.Error(L"wmain: %s", reason.c_str());
+    gProperties[L"HV_INIT_ERROR"] = reason;
+    return false;
+  }
+}
+
 }  // namespace
 }  // namespace Halvard
 
@@ -32,10 +51,10 @@ extern "C" int wmain(int argc, wchar_t* argv[]) {
   Session session(argc);
   const StartResult initialized = HVInit(argc, argv, session.input);
   if (initialized == kStop) return 0;
-  if (initialized == kFailed || !StartSession(session)) {
+  if (initialized == kFailed || !StartOrReport(session)) {
     ConcludeFailure(argc);
     return -1;
   }
-  ServeUntilStopped(session);
+  ServeUntilStopped();
   return 0;
 }

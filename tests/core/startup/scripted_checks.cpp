@@ -2,6 +2,7 @@
 
 #include <sstream>
 
+#include "core/property_store.h"
 #include "core/text.h"
 #include "host/windows_api.h"
 #include "security/directory_credentials.h"
@@ -22,7 +23,20 @@ void Note(const std::string& name, const Arguments&... arguments) {
   Testing::CheckCalls().push_back(call.str());
 }
 
-bool IsAccepted(const std::wstring& password) { return password == Testing::kAcceptedPassword; }
+/// What the choice of the system's name and network would have found.
+void AssumeNetwork() {
+  wchar_t address[64] = {};
+  if (GetEnvironmentVariableW(Testing::kAddressVariable, address, 64) == 0) return;
+  gProperties[L"APP_NET_PNID"] = L"kv.example";
+  gProperties[L"APP_NET_PNID_IP"] = address;
+  gProperties[L"CERT_IP_ADDRESSES"] = address;
+  gProperties[L"CERT_DNS_NAMES"] = L"kv.example";
+}
+
+bool IsAccepted(const std::wstring& password) {
+  AssumeNetwork();
+  return password == Testing::kAcceptedPassword;
+}
 
 }  // namespace
 

@@ -16,4 +16,7 @@ std::vector<std::string>& CheckCalls();
 /// the query fails.
 inline constexpr wchar_t kInventoryVariable[] = L"SCRIPTED_INVENTORY";
 
+/// The variable by which a test gives the address that migrates. Without it none is known.
+inline constexpr wchar_t kAddressVariable[] = L"SCRIPTED_ADDRESS";
+
 }  // namespace Halvard::Testing
