@@ -44,7 +44,7 @@ class AsyncProtocolHandlerHelper
   void HandleRequest(const OnReceived& onReceived, const OnFinished& onFinished) override;
 
  private:
-  using BufferPointer = Transport::BufferPointer;
+  using BufferPointer = typename Transport::BufferPointer;
   using Error = std::shared_ptr<const Data::ErrorValue>;
   template <typename Received, typename Finished>
   class ReqReadCb;
