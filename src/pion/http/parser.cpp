@@ -41,8 +41,8 @@ class parser_category : public boost::system::error_category {
   }
 };
 
-/// The bytes of a last chunk without extension and trailer.
-constexpr std::size_t shortest_last_chunk = std::string_view("0\r\n\r\n").size();
+/// A last chunk without extension and trailer.
+constexpr std::string_view shortest_last_chunk = "0\r\n\r\n";
 
 error_code make_parser_error(parser::error_value_t value) {
   return {value, parser::get_error_category()};
@@ -200,9 +200,11 @@ boost::tribool parser::parse(message& into, error_code& error) {
 /// Feeds the core until it is finished or wants more than there is.
 boost::tribool parser::advance(std::string_view& data, error_code& error) {
   while (!is_finished()) {
+    if (data.empty()) return boost::indeterminate;
     // The library takes for granted that it sees the shortest end of a chunked content whole.
     const bool in_chunks = core_->is_header_done() && core_->chunked();
-    if (data.size() < (in_chunks ? shortest_last_chunk : 1)) return boost::indeterminate;
+    const bool whole = data.size() >= shortest_last_chunk.size();
+    if (in_chunks && !whole && shortest_last_chunk.starts_with(data)) return boost::indeterminate;
     data.remove_prefix(core_->put(boost::asio::buffer(data), error));
     if (error == beast::http::error::need_more) {
       error.clear();
