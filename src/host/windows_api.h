@@ -20,3 +20,10 @@
 #include <shlobj.h>
 #include <shlwapi.h>
 #include <userenv.h>
+
+// The system's names for certificate fields would take the place of OpenSSL's types.
+#undef X509_NAME
+#undef X509_EXTENSIONS
+#undef PKCS7_SIGNER_INFO
+#undef OCSP_REQUEST
+#undef OCSP_RESPONSE
