@@ -47,6 +47,12 @@ endif()
 find_package(Threads REQUIRED)
 find_package(Boost 1.81 REQUIRED
              COMPONENTS program_options log iostreams date_time thread filesystem)
+if(WIN32)
+  # The version of Windows is part of the names in Boost.Log: this is the one it was built for, which
+  # the compiler assumes by itself.
+  set_property(TARGET Boost::log APPEND PROPERTY
+               INTERFACE_COMPILE_DEFINITIONS BOOST_USE_WINAPI_VERSION=0x0602)
+endif()
 find_package(OpenSSL 3.0 REQUIRED)
 if(WIN32)
   # A static libcrypto leaves the system libraries under it to whoever links it.

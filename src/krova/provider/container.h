@@ -24,14 +24,13 @@ struct DummyMutex {
 template <typename Mutex>
 class AsyncApiInterfaceConcurrentContainer final : public AsyncApiInterfaceContainer {
  public:
-  bool Register(const std::shared_ptr<const AsyncApiInterface>& interface,
-                MessageList& errors) override {
+  bool Register(const std::shared_ptr<const AsyncApiInterface>& api, MessageList& errors) override {
     while (true) {
       const std::shared_ptr<const InterfaceMap> current = Snapshot();
       auto changed = std::make_shared<InterfaceMap>(*current);
-      if (!changed->emplace(interface->GetIdentifier(), interface).second) {
+      if (!changed->emplace(api->GetIdentifier(), api).second) {
         errors.push_back(MakeMessage("krova.provider.interface.already.registered",
-                                     interface->GetIdentifier()->GetName()));
+                                     api->GetIdentifier()->GetName()));
         return false;
       }
       if (Publish(current, std::move(changed))) return true;
@@ -53,7 +52,7 @@ class AsyncApiInterfaceConcurrentContainer final : public AsyncApiInterfaceConta
 
   void ForEach(const Function& function) const override {
     const std::shared_ptr<const InterfaceMap> interfaces = Snapshot();
-    for (const auto& [identifier, interface] : *interfaces) function(interface);
+    for (const auto& [identifier, api] : *interfaces) function(api);
   }
 
   std::string GetFingerprint() const override {

@@ -54,7 +54,7 @@ class AsyncApiInterfaceContainer {
   using Function = boost::function<void(const std::shared_ptr<const AsyncApiInterface>&)>;
 
   /// \return False, after adding a message, if the identifier is taken.
-  virtual bool Register(const std::shared_ptr<const AsyncApiInterface>& interface,
+  virtual bool Register(const std::shared_ptr<const AsyncApiInterface>& api,
                         MessageList& errors) = 0;
   /// \return False, after adding a message, if there is no such interface.
   virtual bool Find(const std::shared_ptr<const Core::InterfaceIdentifier>& identifier,

@@ -57,10 +57,10 @@ class AsyncLocalProvider final : public Core::AsyncApiProvider,
 
   std::shared_ptr<const AsyncApiMethod> FindMethod(const Core::MethodIdentifier& identifier,
                                                    MessageList& errors) const {
-    std::shared_ptr<const AsyncApiInterface> interface;
+    std::shared_ptr<const AsyncApiInterface> api;
     std::shared_ptr<const AsyncApiMethod> method;
-    if (!container_->Find(identifier.GetInterface(), interface, errors)) return nullptr;
-    (void)interface->GetMethod(identifier.GetName(), method, errors);
+    if (!container_->Find(identifier.GetInterface(), api, errors)) return nullptr;
+    (void)api->GetMethod(identifier.GetName(), method, errors);
     return method;
   }
 
