@@ -5,6 +5,7 @@
 #include <pty.h>
 #include <signal.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -109,6 +110,19 @@ void AgentProcess::Type(const std::wstring& text) {
   if (write(input_, bytes.data(), bytes.size()) != static_cast<ssize_t>(bytes.size())) {
     throw std::runtime_error("the agent takes no input");
   }
+}
+
+void AgentProcess::TypeMasked(const std::wstring& text) {
+  constexpr int kStepMilliseconds = 1;
+  termios modes{};
+  for (int waited = 0; waited < kPatienceMilliseconds; waited += kStepMilliseconds) {
+    if (tcgetattr(input_, &modes) == 0 && (modes.c_lflag & ECHO) == 0) {
+      Type(text);
+      return;
+    }
+    (void)poll(nullptr, 0, kStepMilliseconds);
+  }
+  throw std::runtime_error("the agent never turned the echo off");
 }
 
 void AgentProcess::EndInput() {

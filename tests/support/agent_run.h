@@ -43,6 +43,9 @@ class AgentProcess {
 
   /// Types at the terminal, or writes into the pipe; "\r" is Enter.
   void Type(const std::wstring& text);
+  /// The same at a terminal, once the agent has turned its echo off: a prompt shows a moment before
+  /// that.
+  void TypeMasked(const std::wstring& text);
   /// Ends the input of a pipe.
   void EndInput();
   void Signal(int signal);

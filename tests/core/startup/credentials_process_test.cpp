@@ -20,7 +20,7 @@ TEST(Credentials, ThreeWrongPasswordsAtATerminalEndTheRun) {
   AgentProcess agent(machine, {});
   for (const wchar_t* password : {L"s3cret-1", L"s3cret-\u00e4\u6771", L"s3cret-3x\b"}) {
     agent.WaitFor(kPrompt);
-    agent.Type(std::wstring(password) + L"\r");
+    agent.TypeMasked(std::wstring(password) + L"\r");
     agent.WaitFor(English(1050) + L"\n");
   }
   agent.WaitFor(English(1042) + L"\n" + English(1126) + L"\n");
@@ -46,7 +46,7 @@ TEST(Credentials, KelvaneServersAdministratorIsAskedForToo) {
   AgentProcess agent(machine, {});
   for (int i = 0; i < 3; ++i) {
     agent.WaitFor(kPrompt);
-    agent.Type(L"s3cret\r");
+    agent.TypeMasked(L"s3cret\r");
     agent.WaitFor(English(1058) + L"\n");
   }
   agent.WaitFor(English(1126) + L"\n");
@@ -65,18 +65,18 @@ TEST(Credentials, CtrlCAtAPromptIsSwallowed) {
   const Lab::Instance machine("infrastructure-5.5");
   AgentProcess agent(machine, {});
   agent.WaitFor(kPrompt);
-  agent.Type(L"ab");
+  agent.TypeMasked(L"ab");
   agent.WaitFor(L"**");
   // The terminal of the host drops what was typed ahead of Ctrl+C, so each piece waits for the
   // last.
   agent.Type(L"\x03");
   agent.WaitForLog(InfoLine(L"CtrlHandler: Received ctrl type: 0"));
-  agent.Type(L"cd");
+  agent.TypeMasked(L"cd");
   agent.WaitFor(L"**");
   agent.Type(L"\r");
   for (int i = 0; i < 2; ++i) {
     agent.WaitFor(kPrompt);
-    agent.Type(L"\r");
+    agent.TypeMasked(L"\r");
   }
   agent.WaitFor(English(1126));
   agent.Type(L"\r");

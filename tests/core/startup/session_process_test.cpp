@@ -80,9 +80,9 @@ TEST_F(Session, OperatorIsToldToKeepTheConsoleAndGetsTheSummary) {
   machine.SetVariable(Testing::kInventoryVariable, L"100 1000");
   AgentProcess agent(machine, {}, AgentProcess::Input::kTerminal, Testing::ScriptedAgentProgram());
   agent.WaitFor(L"Enter Administrator@ostrel.local password: ");
-  agent.Type(L"wrong\r");
+  agent.TypeMasked(L"wrong\r");
   agent.WaitFor(L"Enter Administrator@ostrel.local password: ");
-  agent.Type(std::wstring(kAcceptedPassword) + L"\r");
+  agent.TypeMasked(std::wstring(kAcceptedPassword) + L"\r");
   agent.WaitFor(English(1021));
   agent.Type(L"\x03");
   const AgentRun run = Conclude(agent);
