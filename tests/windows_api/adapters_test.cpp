@@ -104,6 +104,7 @@ std::wstring TextOf(std::initializer_list<unsigned> groups, INT& code, DWORD siz
 }
 
 TEST(GetNameInfoW, FailsBeforeSocketsAreStarted) {
+  SKIP_ON_WINE("GetNameInfoW of Wine works without WSAStartup");
   INT code = 0;
   (void)TextOf({0x2001, 0xdb8, 0, 0, 0, 0, 0, 1}, code);
   EXPECT_EQ(code, WSANOTINITIALISED);
