@@ -1,9 +1,11 @@
 #include "test_client.h"
 
 #include <array>
-#include <boost/asio/read.hpp>
+#include <boost/asio/detail/socket_ops.hpp>
 #include <boost/asio/write.hpp>
+#include <chrono>
 #include <cstdlib>
+#include <utility>
 
 namespace pion_test {
 namespace {
@@ -11,7 +13,14 @@ namespace {
 namespace asio = boost::asio;
 using boost::system::error_code;
 
-constexpr std::chrono::seconds patience{30};
+constexpr std::chrono::milliseconds patience{30000};
+
+/// One for all clients, which never run it: Asio gives each service with timers a thread of its own
+/// on Windows.
+asio::io_context& client_service() {
+  static asio::io_context service;
+  return service;
+}
 
 }  // namespace
 
@@ -25,75 +34,54 @@ asio::ssl::context make_client_context(int version) {
   return context;
 }
 
-template <typename Start>
-void test_client::run(Start start) {
-  start();
-  service_.restart();
-  service_.run_for(patience);
-  timed_out_ = !service_.stopped();
-  if (timed_out_) {
-    // The operation has to end before what it refers to goes.
-    socket_.close();
-    service_.run();
-  }
+bool patient_socket::wait_for_input(error_code& error) {
+  const int ready = asio::detail::socket_ops::poll_read(socket_.native_handle(), 0,
+                                                        static_cast<int>(patience.count()), error);
+  if (ready == 0 && !error) error = asio::error::timed_out;
+  return ready > 0;
 }
 
-test_client::test_client(std::uint16_t port, asio::ssl::context* tls, SSL_SESSION* resumed) {
-  socket_.connect({asio::ip::address_v4::loopback(), port});
+test_client::test_client(std::uint16_t port, asio::ssl::context* tls, SSL_SESSION* resumed)
+    : socket_(client_service()) {
+  asio::ip::tcp::socket& socket = socket_.lowest_layer();
+  socket.connect({asio::ip::address_v4::loopback(), port});
   // Each piece leaves by itself, so that the server sees the cuts.
-  socket_.set_option(asio::ip::tcp::no_delay(true));
+  socket.set_option(asio::ip::tcp::no_delay(true));
   if (tls == nullptr) return;
   stream_.emplace(socket_, *tls);
   if (resumed != nullptr) SSL_set_session(stream_->native_handle(), resumed);
-  run([&] {
-    stream_->async_handshake(asio::ssl::stream_base::client, [&](const error_code& error) {
-      handshake_failed_ = error.failed();
-      end_ = error;
-    });
-  });
+  stream_->handshake(asio::ssl::stream_base::client, end_);
+  handshake_failed_ = end_.failed();
 }
-
-test_client::~test_client() = default;
 
 bool test_client::send(std::string_view bytes) {
   error_code failure;
-  const auto done = [&](const error_code& error, std::size_t) { failure = error; };
-  run([&] {
-    if (stream_) {
-      asio::async_write(*stream_, asio::buffer(bytes), done);
-    } else {
-      asio::async_write(socket_, asio::buffer(bytes), done);
-    }
-  });
+  if (stream_) {
+    asio::write(*stream_, asio::buffer(bytes), failure);
+  } else {
+    asio::write(socket_, asio::buffer(bytes), failure);
+  }
   return !failure;
 }
 
 void test_client::end_sending() {
   error_code ignored;
-  socket_.shutdown(asio::ip::tcp::socket::shutdown_send, ignored);
+  socket_.lowest_layer().shutdown(asio::ip::tcp::socket::shutdown_send, ignored);
 }
 
 void test_client::abort() {
-  socket_.set_option(asio::socket_base::linger(true, 0));
-  socket_.close();
+  socket_.lowest_layer().set_option(asio::socket_base::linger(true, 0));
+  socket_.lowest_layer().close();
 }
 
-void test_client::close() { socket_.close(); }
+void test_client::close() { socket_.lowest_layer().close(); }
 
 bool test_client::read_more() {
   std::array<char, 4096> buffer;
-  const auto done = [&](const error_code& error, std::size_t bytes) {
-    end_ = error;
-    received_.append(buffer.data(), bytes);
-  };
-  run([&] {
-    if (stream_) {
-      stream_->async_read_some(asio::buffer(buffer), done);
-    } else {
-      socket_.async_read_some(asio::buffer(buffer), done);
-    }
-  });
-  return !end_ && !timed_out_;
+  const std::size_t bytes = stream_ ? stream_->read_some(asio::buffer(buffer), end_)
+                                    : socket_.read_some(asio::buffer(buffer), end_);
+  received_.append(buffer.data(), bytes);
+  return !end_;
 }
 
 std::string test_client::read_all() {

@@ -95,10 +95,15 @@ class writer : public std::enable_shared_from_this<writer> {
 
   template <typename Handler>
   void send_part(part what, Handler handler) {
-    if (connection_->is_open()) {
-      connection_->async_write(prepare(what), std::move(handler));
-    } else {
+    if (!connection_->is_open()) {
       connection_->post_failure(boost::asio::error::connection_reset, std::move(handler));
+      return;
+    }
+    auto buffers = prepare(what);
+    if (what != part::chunk && !connection_->get_keep_alive()) {
+      connection_->async_write_last(std::move(buffers), std::move(handler));
+    } else {
+      connection_->async_write(std::move(buffers), std::move(handler));
     }
   }
   std::function<void(const boost::system::error_code&, std::size_t)> finishing();

@@ -29,6 +29,7 @@ struct channel::outgoing {
   std::vector<asio::const_buffer> buffers;
   std::size_t index = 0;
   std::size_t total = 0;
+  bool last = false;
   io_handler handler;
 
   void skip_empty() {
@@ -165,10 +166,11 @@ attempt channel::try_read(asio::mutable_buffer target) {
   return {error ? progress::failed : progress::done, bytes, error};
 }
 
-void channel::write(std::vector<asio::const_buffer> buffers, io_handler handler) {
+void channel::write(std::vector<asio::const_buffer> buffers, bool last, io_handler handler) {
   const std::lock_guard lock(mutex_);
   const auto data = std::make_shared<outgoing>();
   data->buffers = std::move(buffers);
+  data->last = last;
   for (const asio::const_buffer& buffer : data->buffers) data->total += buffer.size();
   attempt result = writing_ ? failure(asio::error::already_started) : try_write(*data);
   if (result.state == progress::done) result.bytes = data->total;
@@ -228,6 +230,7 @@ attempt channel::encrypt_all(outgoing& data) {
       if (const error_code error = session_->encrypt(record)) return failure(error);
       data.consume(record.size());
     }
+    if (data.done() && data.last) session_->say_goodbye();
     const attempt sent = session_->flush();
     if (sent.state != progress::done || data.done()) return sent;
   }
@@ -245,11 +248,18 @@ void channel::close() {
 }
 
 void channel::close_locked() {
+  open_ = false;  // Before the peer can see it.
+  if (socket_.is_open()) {
+    error_code ignored;
+    socket_.shutdown(asio::ip::tcp::socket::shutdown_both, ignored);
+  }
+  close_socket();
+}
+
+void channel::close_socket() {
   open_ = false;
   end_deadline();
-  if (!socket_.is_open()) return;
   error_code ignored;
-  socket_.shutdown(asio::ip::tcp::socket::shutdown_both, ignored);
   socket_.close(ignored);
 }
 
@@ -261,10 +271,15 @@ void channel::close_gracefully(bool inputPending) {
     // A peer that takes nothing at this moment goes without the goodbye.
     (void)session_->flush();
   }
+  if (writing_ || !inputPending) {
+    // The system delivers what it has taken and then ends the sending side by itself.
+    close_socket();
+    return;
+  }
   error_code error;
   socket_.shutdown(asio::ip::tcp::socket::shutdown_send, error);
-  if (error || writing_ || !inputPending) {
-    close_locked();
+  if (error) {
+    close_socket();
     return;
   }
   open_ = false;

@@ -59,7 +59,8 @@ class channel : public std::enable_shared_from_this<channel> {
   /// Writes all of \p buffers, whose bytes have to stay until the handler is called. Headers and
   /// body share TLS records. A write that fails
   /// closes the socket. A second one beside a running one fails with already_started.
-  void write(std::vector<boost::asio::const_buffer> buffers, io_handler handler);
+  /// \param last  Nothing will be written behind it, so that the goodbye may go along.
+  void write(std::vector<boost::asio::const_buffer> buffers, bool last, io_handler handler);
 
   /// Ends the operations that wait with operation_aborted.
   void cancel();
@@ -97,6 +98,7 @@ class channel : public std::enable_shared_from_this<channel> {
   void start_deadline(duration limit);
   void end_deadline();
   void close_locked();
+  void close_socket();
 
   std::shared_ptr<void> token_;  // First, so that it goes last.
   boost::asio::io_context& service_;

@@ -70,9 +70,9 @@ void connection::start_read(detail::io_handler handler) {
   channel_->read_some(boost::asio::buffer(read_buffer_), read_timeout_, std::move(handler));
 }
 
-void connection::start_write(std::vector<boost::asio::const_buffer> buffers,
+void connection::start_write(std::vector<boost::asio::const_buffer> buffers, bool last,
                              detail::io_handler handler) {
-  channel_->write(std::move(buffers), std::move(handler));
+  channel_->write(std::move(buffers), last, std::move(handler));
 }
 
 void connection::start_failure(const boost::system::error_code& error, detail::io_handler handler) {

@@ -107,7 +107,13 @@ class connection : public std::enable_shared_from_this<connection> {
   /// and the number of bytes.
   template <typename Handler>
   void async_write(std::vector<boost::asio::const_buffer> buffers, Handler handler) {
-    start_write(std::move(buffers), on_executor(std::move(handler)));
+    start_write(std::move(buffers), false, on_executor(std::move(handler)));
+  }
+
+  /// The same for what ends the sending: the TLS goodbye goes out with it.
+  template <typename Handler>
+  void async_write_last(std::vector<boost::asio::const_buffer> buffers, Handler handler) {
+    start_write(std::move(buffers), true, on_executor(std::move(handler)));
   }
 
   /// Calls \p handler with the error and 0 bytes, later and on its own executor.
@@ -156,7 +162,8 @@ class connection : public std::enable_shared_from_this<connection> {
   void opened();
   void start_handshake(detail::io_handler handler);
   void start_read(detail::io_handler handler);
-  void start_write(std::vector<boost::asio::const_buffer> buffers, detail::io_handler handler);
+  void start_write(std::vector<boost::asio::const_buffer> buffers, bool last,
+                   detail::io_handler handler);
   void start_failure(const boost::system::error_code& error, detail::io_handler handler);
 
   boost::asio::io_context& service_;

@@ -108,7 +108,8 @@ void tls_session::grant_tickets() {
 }
 
 void tls_session::say_goodbye() {
-  if (broken_ || SSL_is_init_finished(ssl_.get()) == 0) return;
+  if (broken_ || goodbye_said_ || SSL_is_init_finished(ssl_.get()) == 0) return;
+  goodbye_said_ = true;
   ERR_clear_error();
   // The answer tells whether the peer said goodbye too, which nobody waits for.
   (void)SSL_shutdown(ssl_.get());

@@ -53,7 +53,8 @@ class tls_session {
   /// \param data  At most max_record_size bytes, not empty.
   boost::system::error_code encrypt(boost::asio::const_buffer data);
 
-  /// Adds the close_notify alert to what waits, if the handshake is over and nothing failed.
+  /// Adds the close_notify alert to what waits, once, if the handshake is over and nothing failed.
+  /// Nothing can be encrypted after it.
   void say_goodbye();
 
   /// Writes what waits to the socket, until it is done or the socket takes no more.
@@ -78,6 +79,7 @@ class tls_session {
   std::size_t flushed_ = 0;
   std::size_t tickets_due_ = 0;
   bool broken_ = false;
+  bool goodbye_said_ = false;
   boost::system::error_code socket_error_;
 };
 

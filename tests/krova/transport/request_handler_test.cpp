@@ -90,6 +90,7 @@ TEST_F(RequestHandler, GivesTheProviderWhatTheClientSent) {
     call.Finish("done");
   };
   Exchange(MakeRequest(kJson));
+  server_->stop();
   ASSERT_NE(seen.method, nullptr);
   EXPECT_EQ(seen.method->GetInterface()->GetName(), "s");
   EXPECT_EQ(seen.method->GetName(), "o");
@@ -199,6 +200,7 @@ TEST_F(RequestHandler, ConnectionEndsAlsoWhenTheServiceKeepsItsCompletion) {
   };
   EXPECT_EQ(Exchange(MakeRequest(kJson)), Plain(kDone));
   EXPECT_THAT(Exchange(MakeRequest(std::string(kJson) + kAcceptFrames)), EndsWith("0\r\n\r\n"));
+  server_->stop();
   EXPECT_EQ(kept.size(), 2u);
 }
 
@@ -208,9 +210,11 @@ TEST_F(RequestHandler, CallThatIsNeverCompletedEndsTheConnection) {
 }
 
 TEST_F(RequestHandler, ExceptionOfTheProviderEndsTheConnectionAndTheNextRequestIsServed) {
-  provider_->play = [](const Call&) { throw std::runtime_error("broken"); };
+  provider_->play = [calls = 0](const Call& call) mutable {
+    if (++calls == 1) throw std::runtime_error("broken");
+    call.Finish("done");
+  };
   EXPECT_EQ(Exchange(MakeRequest(kJson)), "");
-  provider_->play = [](const Call& call) { call.Finish("done"); };
   EXPECT_EQ(Exchange(MakeRequest(kJson)), Plain(kDone));
 }
 
