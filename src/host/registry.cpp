@@ -165,10 +165,9 @@ std::wstring GetInstallPropertyFromUpgradeCode(const std::wstring& upgradeCode,
   UINT error = MsiGetProductInfoW(productCode.c_str(), propertyName.c_str(), none, &length);
   // Not every system counts the end of an empty value as more data; an empty one is no value.
   if (error != ERROR_MORE_DATA || length == 0) {
-    const DWORD lastError = GetLastError();
     log.Error(
         L"GetInstallPropertyFromUpgradeCode: Failed to get size of the install parameter. Error code: %d %d",
-        error, lastError);
+        error, length);
     return {};
   }
   ++length;

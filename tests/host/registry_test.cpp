@@ -374,20 +374,17 @@ TEST_F(Installer, TellsThatAPropertyIsUnknown) {
       OwnLog(),
       Contains(testing::AllOf(
           Field(&LogLine::level, 'E'),
-          Field(
-              &LogLine::message,
-              StartsWith(
-                  L"GetInstallPropertyFromUpgradeCode: Failed to get size of the install parameter. "
-                  L"Error code: 1608 ")))));
+          Field(&LogLine::message,
+                L"GetInstallPropertyFromUpgradeCode: Failed to get size of the install parameter. "
+                L"Error code: 1608 0"))));
 }
 
 TEST_F(Installer, TakesAnEmptyPropertyForAFailure) {
   machine_.AddProduct(kUpgradeCode, L"");
   EXPECT_EQ(Version(), L"");
-  EXPECT_THAT(OwnLog(),
-              Contains(Field(&LogLine::message,
-                             StartsWith(L"GetInstallPropertyFromUpgradeCode: Failed to get size of "
-                                        L"the install parameter. Error code: "))));
+  EXPECT_THAT(OwnLog(), Contains(Field(&LogLine::message,
+                                       L"GetInstallPropertyFromUpgradeCode: Failed to get size of "
+                                       L"the install parameter. Error code: 234 0")));
 }
 
 TEST_F(Installer, TellsThatAPropertyCannotBeReadAfterAll) {
