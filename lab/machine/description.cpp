@@ -145,6 +145,7 @@ Description ParseDescription(const Json::Value& document, const std::filesystem:
   description.hostEndPoints = document["ports"].get("host", false).asBool();
   try {
     description.adapters = ReadAdapters(document["adapters"]);
+    description.addressMap = AddressMap(document["addressMap"]);
   } catch (const std::invalid_argument& fault) {
     throw MachineError(file.string() + ": " + fault.what());
   }

@@ -13,6 +13,7 @@
 #include <json/value.h>
 
 #include "machine/adapters.h"
+#include "machine/address_map.h"
 #include "machine/clock.h"
 #include "machine/faults.h"
 #include "machine/variables.h"
@@ -67,6 +68,7 @@ struct Description {
   bool hostEndPoints = false;  ///< The tables hold what the host's kernel knows as well.
 
   std::vector<Adapter> adapters;
+  AddressMap addressMap;
 
   Clock::Settings clock;
   std::vector<Fault> faults;
