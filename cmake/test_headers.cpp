@@ -1,0 +1,1 @@
+// Holds nothing: the target exists for the headers that it precompiles.
