@@ -47,20 +47,24 @@ bool Fits(const std::optional<std::string>& wanted, const std::optional<std::str
   return !wanted || wanted == value;
 }
 
-/// \return The endpoints of a registration that pass. None: the registration doesn't either.
-std::vector<EndPoint> Passing(const Registration& registration, const Filter& filter) {
+bool Passes(const EndPoint& endPoint, const Filter& filter) {
+  if (!filter.endPointType) return true;
+  return Fits(filter.endPointType->protocol, endPoint.type.protocol) &&
+         Fits(filter.endPointType->type, endPoint.type.type);
+}
+
+/// \return The registration with those of its endpoints that pass; nothing if it doesn't pass
+/// itself.
+std::optional<Registration> Passing(Registration registration, const Filter& filter) {
   if (filter.serviceType && (filter.serviceType->product != registration.product ||
                              filter.serviceType->type != registration.type)) {
-    return {};
+    return std::nullopt;
   }
-  std::vector<EndPoint> passing;
-  for (const EndPoint& endPoint : registration.endPoints) {
-    const bool passes =
-        !filter.endPointType || (Fits(filter.endPointType->protocol, endPoint.type.protocol) &&
-                                 Fits(filter.endPointType->type, endPoint.type.type));
-    if (passes) passing.push_back(endPoint);
-  }
-  return passing;
+  std::erase_if(registration.endPoints,
+                [&filter](const EndPoint& endPoint) { return !Passes(endPoint, filter); });
+  // Without a wanted endpoint type even a registration that has no endpoints passes.
+  if (filter.endPointType && registration.endPoints.empty()) return std::nullopt;
+  return registration;
 }
 
 std::string WriteEndPoint(const EndPoint& endPoint) {
@@ -70,12 +74,11 @@ std::string WriteEndPoint(const EndPoint& endPoint) {
   return xml + "</endpointType></serviceEndpoints>";
 }
 
-std::string WriteRegistration(const Registration& registration,
-                              const std::vector<EndPoint>& endPoints) {
+std::string WriteRegistration(const Registration& registration) {
   std::string xml = "<result>" + Element("serviceId", registration.serviceId) + "<serviceType>" +
                     Element("product", registration.product) + Element("type", registration.type) +
                     "</serviceType>";
-  for (const EndPoint& endPoint : endPoints) xml += WriteEndPoint(endPoint);
+  for (const EndPoint& endPoint : registration.endPoints) xml += WriteEndPoint(endPoint);
   return xml + "</result>";
 }
 
@@ -109,10 +112,9 @@ std::string LookupService::List(Members& arguments, Json::Value& record) const {
   std::string xml;
   Json::UInt count = 0;
   for (const Registration& registration : registrations_) {
-    const std::vector<EndPoint> endPoints = Passing(registration, filter);
-    // Without a filter for endpoints even a registration that has none passes.
-    if (endPoints.empty() && (filter.endPointType || !registration.endPoints.empty())) continue;
-    xml += WriteRegistration(registration, endPoints);
+    const std::optional<Registration> passing = Passing(registration, filter);
+    if (!passing) continue;
+    xml += WriteRegistration(*passing);
     ++count;
   }
   record["objects"] = count;
