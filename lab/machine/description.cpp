@@ -134,6 +134,8 @@ Description ParseDescription(const Json::Value& document, const std::filesystem:
       static_cast<std::uint16_t>(document["computer"].get("uiLanguage", 1033).asUInt());
   description.sessionId = document["computer"].get("session", 1).asUInt();
   ReadUser(document["user"], description);
+  description.accounts = ReadAccounts(document["accounts"]);
+  description.domain = ReadDomain(document["domain"]);
   ReadProgram(document["program"], description);
   ReadEnvironment(document["environment"], description);
   for (const std::string& name : document["knownFolders"].getMemberNames()) {

@@ -12,6 +12,7 @@
 
 #include <json/value.h>
 
+#include "machine/accounts.h"
 #include "machine/adapters.h"
 #include "machine/address_map.h"
 #include "machine/clock.h"
@@ -53,6 +54,9 @@ struct Description {
   std::wstring userName;  ///< DOMAIN\user
   std::wstring userSid;
   std::vector<Group> groups;
+
+  std::vector<Account> accounts;
+  std::optional<Domain> domain;  ///< Nothing for a machine of a workgroup.
 
   std::wstring programPath;  ///< Where the agent's program lies.
   std::wstring currentDirectory;
