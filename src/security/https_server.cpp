@@ -20,6 +20,8 @@
 #include "krova/transport/http/request_handler.h"
 #include "network/adapters.h"
 #include "pion/http/server.h"
+#include "service/async_service.h"
+#include "service/interface_definition.h"
 
 namespace Halvard::Security {
 namespace {
@@ -92,10 +94,14 @@ void HardenTls(SSL_CTX* context) {
   (void)SSL_CTX_set_cipher_list(context, kCipherList);
 }
 
-/// The API on top of the scheduler's thread. No service is registered yet, so a call of any gets
-/// the answer that there is no such operation.
+/// The API on top of the scheduler's thread: the migrator's service and no other.
 pion::http::server::request_handler_t MakeApiHandler(pion::single_service_scheduler& scheduler) {
   const auto container = std::make_shared<ApiContainer>();
+  Krova::MessageList errors;
+  // The first of its name, so it can't be refused.
+  (void)container->Register(
+      MigratorSvc::MakeMigratorInterface(std::make_shared<MigratorSvc::AsyncServiceImpl>()),
+      errors);
   const Krova::Core::Executor executor = [&scheduler](const boost::function<void()>& work) {
     scheduler.post(work);
   };

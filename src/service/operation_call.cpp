@@ -1,0 +1,62 @@
+#include "service/operation_call.h"
+
+#include "core/console.h"
+#include "core/json_documents.h"
+#include "core/locales.h"
+#include "core/messages.h"
+#include "service/api_availability.h"
+#include "service/guards.h"
+#include "service/reply.h"
+
+namespace Halvard::MigratorSvc {
+namespace {
+
+/// In English for every client: at this point nobody knows its language.
+constexpr wchar_t kUnreadableInput[] =
+    L"Internal error. Failed to convert input string to Json object.";
+
+}  // namespace
+
+OperationCall::OperationCall(const wchar_t* name) : name_(name), log_(name_, L"halvard") {}
+
+void OperationCall::Announce(unsigned int message) { PrintLine(GetLocalizedString(message)); }
+
+bool OperationCall::IsRefusedInPhase(const wchar_t* property, const wchar_t* value,
+                                     unsigned int message) {
+  return MigratorSvc::IsRefusedInPhase(name_, {property, value, message}, request_, reply_);
+}
+
+bool OperationCall::PassesGuards() {
+  return ValidatePassedCredentials(request_, reply_) && IsHalvardApiAvailable(name_, reply_);
+}
+
+bool OperationCall::Read(const std::string& operationInput) {
+  if (!ConvertStringToJsonObject(operationInput, request_)) {
+    SetFailure(reply_, kUnreadableInput);
+    return false;
+  }
+  SetMCLocale(RequestLocale(request_));
+  return true;
+}
+
+void RunOperation(const wchar_t* name, const std::string& operationInput,
+                  const NativeCompletion& completion,
+                  const std::function<void(OperationCall&)>& operation) {
+  OperationCall call(name);
+  try {
+    if (call.Read(operationInput)) operation(call);
+  } catch (const Json::Exception& exception) {
+    // A document that is no object, or a member of a type that has no text.
+    call.Log().Warn(L"%s: The request can't be read: %hs", call.Name().c_str(), exception.what());
+    call.Reply() = Json::Value();
+    SetFailure(call.Reply(), kUnreadableInput);
+  }
+  completion(Json::StyledWriter().write(call.Reply()), nullptr, Krova::kFinished);
+}
+
+void AnswerNotAvailable(OperationCall& call) {
+  call.Log().Error(L"%s: Not available.", call.Name().c_str());
+  SetFailure(call.Reply(), L"Not available.");
+}
+
+}  // namespace Halvard::MigratorSvc

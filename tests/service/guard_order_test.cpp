@@ -1,0 +1,372 @@
+// Which guard speaks first: each operation in each phase of a migration, with each outcome of the
+// credential check and each type of migration. What is expected comes from the tables below, which
+// were written from the operations' description and share nothing with the code.
+#include <optional>
+
+#include "service_test.h"
+
+namespace Halvard::MigratorSvc {
+namespace {
+
+using Testing::ErrorLine;
+using Testing::InfoLine;
+using Testing::LogLine;
+
+/// Who can use an operation.
+enum class For { kAll, kAllButUpdateManager, kUpdateManager };
+
+struct PhaseRefusal {
+  std::wstring property;
+  std::wstring value;
+  std::uint16_t message;
+};
+
+/// What an operation that passed its guards does on this test's machine.
+enum class Work { kNone, kDescribesDeployment, kEndsAgent, kLogsOn };
+
+/// An operation's own way to its work. Messages are 0 where it has none.
+struct Way {
+  std::uint16_t announcement;
+  std::vector<PhaseRefusal> refusals;
+  std::uint16_t beforeCredentials;
+  For availability;
+  std::uint16_t beforeWork;
+  Work work;
+};
+
+const PhaseRefusal kExportRuns1085{L"EXPORT_STATUS", L"RUNNING", 1085};
+const PhaseRefusal kChecksRun1086{L"PREUPGRADE_CHECKS_STATUS", L"RUNNING", 1086};
+const PhaseRefusal kChecksMissing1066{L"PREUPGRADE_CHECKS_STATUS", L"NOT_STARTED", 1066};
+const PhaseRefusal kChecksRun1067{L"PREUPGRADE_CHECKS_STATUS", L"RUNNING", 1067};
+const PhaseRefusal kExportRuns1068{L"EXPORT_STATUS", L"RUNNING", 1068};
+const PhaseRefusal kExportMissing1093{L"EXPORT_STATUS", L"NOT_STARTED", 1093};
+const PhaseRefusal kExportRuns1094{L"EXPORT_STATUS", L"RUNNING", 1094};
+const PhaseRefusal kExportRuns1170{L"EXPORT_STATUS", L"RUNNING", 1170};
+
+/// In the order of kOperations.
+const std::vector<Way> kWays = {
+    {1192, {}, 0, For::kAll, 0, Work::kDescribesDeployment},
+    {0, {kExportRuns1085, kChecksRun1086}, 0, For::kAll, 0, Work::kNone},
+    {0, {}, 0, For::kAll, 1189, Work::kNone},
+    {1193, {}, 0, For::kAllButUpdateManager, 0, Work::kNone},
+    {1194, {}, 0, For::kAllButUpdateManager, 0, Work::kNone},
+    {1195, {kChecksMissing1066, kChecksRun1067, kExportRuns1068}, 0, For::kAll, 0, Work::kNone},
+    {0, {}, 0, For::kAll, 0, Work::kNone},
+    {1196, {}, 0, For::kAll, 0, Work::kNone},
+    {1197, {}, 0, For::kAll, 0, Work::kNone},
+    {1198, {}, 0, For::kAll, 0, Work::kNone},
+    {0, {kExportMissing1093, kExportRuns1094}, 1051, For::kAllButUpdateManager, 0, Work::kNone},
+    {0, {kExportRuns1170}, 0, For::kUpdateManager, 0, Work::kEndsAgent},
+    {0, {}, 0, For::kAllButUpdateManager, 1201, Work::kLogsOn},
+};
+
+/// What the client passes, and what an earlier call has left to compare it with.
+struct CredentialCase {
+  const char* title;
+  std::wstring user;
+  std::wstring password;
+  std::wstring cachedUser;
+  std::wstring cachedPassword;
+};
+
+const std::wstring kUser = L"Administrator@ostrel.local";
+const std::wstring kRight = Testing::kAcceptedPassword;
+
+const std::vector<CredentialCase> kCredentials = {
+    {"right, cached", kUser, kRight, kUser, kRight},
+    {"right, cached in other case", L"ADMINISTRATOR@OSTREL.LOCAL", kRight, kUser, kRight},
+    {"right, nothing cached", kUser, kRight, L"", L""},
+    {"right, but other than the cached", kUser, kRight, kUser, L"Right"},
+    {"wrong, as the cached", kUser, L"wrong", kUser, L"wrong"},
+    {"wrong", kUser, L"wrong", kUser, kRight},
+    {"no name", L"", kRight, kUser, kRight},
+    {"no password", kUser, L"", kUser, kRight},
+};
+
+struct Cell {
+  std::wstring exportStatus;
+  std::wstring exportResult;
+  std::wstring checksStatus;
+  std::wstring type;
+  CredentialCase credentials;
+};
+
+/// The operator speaks German and the client French, so that each text tells its reader.
+class Expectation {
+ public:
+  Expectation(const KnownOperation& operation, const Way& way, const Cell& cell)
+      : name_(FullName(operation.name)), shortName_(operation.name), way_(way), cell_(cell) {
+    cachedUser = cell.credentials.cachedUser;
+    cachedPassword = cell.credentials.cachedPassword;
+    log.push_back(InfoLine(L"Entering function: " + name_));
+    log.push_back(InfoLine(L"SetMCLocale: Client locale: fr is supported"));
+    Show(way.announcement);
+    if (!RefusedInPhase()) GoOn();
+    log.push_back(InfoLine(L"Leaving function: " + name_));
+  }
+
+  std::wstring console;
+  std::vector<LogLine> log;
+  std::map<std::string, std::wstring> reply;
+  std::vector<std::string> checks;
+  std::wstring cachedUser;
+  std::wstring cachedPassword;
+
+ private:
+  void Show(std::uint16_t message) {
+    if (message != 0) console += Message(kGerman, message) + L"\n";
+  }
+
+  /// Fetching a text in another language than the operator's leaves a line.
+  void Speak(const wchar_t* locale) {
+    log.push_back(InfoLine(std::wstring(L"LocaleHandler::SetLocale: Client locale: ") + locale +
+                           L" is supported"));
+  }
+
+  void Fail(const std::wstring& error) { reply = {{"result", L"fail"}, {"error", error}}; }
+
+  void FailInFrench(std::uint16_t message) {
+    Speak(L"fr");
+    Fail(Message(kFrench, message));
+  }
+
+  bool RefusedInPhase() {
+    for (const PhaseRefusal& refusal : way_.refusals) {
+      const std::wstring& value =
+          refusal.property == L"EXPORT_STATUS" ? cell_.exportStatus : cell_.checksStatus;
+      if (value != refusal.value) continue;
+      Show(refusal.message);
+      FailInFrench(refusal.message);
+      Speak(L"en");
+      log.push_back(ErrorLine(name_ + L": " + Message(kEnglish, refusal.message)));
+      return true;
+    }
+    return false;
+  }
+
+  void GoOn() {
+    Show(way_.beforeCredentials);
+    if (!PassesCredentials() || !IsAvailable()) return;
+    Show(way_.beforeWork);
+    DoWork();
+  }
+
+  bool PassesCredentials() {
+    const std::wstring prefix = L"ValidatePassedCredentials: ";
+    if (cell_.exportStatus == L"NOT_STARTED") {
+      log.push_back(InfoLine(prefix + L"Export has not started."));
+      return PassesLogin();
+    }
+    if (cell_.exportStatus == L"RUNNING") {
+      log.push_back(InfoLine(prefix + L"Export is running."));
+      return EqualsCached();
+    }
+    if (cell_.exportStatus == L"FINISHED" && cell_.exportResult == L"SUCCESS") {
+      log.push_back(InfoLine(prefix + L"Export finished successfully without any errors."));
+      return EqualsCached();
+    }
+    if (cell_.exportStatus == L"FINISHED") {
+      log.push_back(InfoLine(prefix + L"Export finished with errors."));
+      return PassesLogin();
+    }
+    log.push_back(InfoLine(prefix + L"Successfully validated credentials."));
+    return true;
+  }
+
+  bool PassesLogin() {
+    cachedUser.clear();
+    cachedPassword.clear();
+    const CredentialCase& passed = cell_.credentials;
+    if (passed.user.empty() || passed.password.empty()) {
+      log.push_back(ErrorLine(L"ValidateCredentialsFromMC: Empty username or password."));
+      FailInFrench(1096);
+      return false;
+    }
+    const std::string user = WideToUtf8(passed.user);
+    if (cell_.type == L"infrastructure") {
+      checks.push_back("ValidateLocalSSOCredentials(" + user + ", 5.5)");
+    } else if (cell_.type == L"tum") {
+      checks.push_back("ValidateKvAdminCredentials(kv.example, 8443, /sdkTunnel, AA:BB, " + user +
+                       ")");
+    } else {
+      checks.push_back("ValidateKvAdminCredentials(localhost, 443, , , " + user + ")");
+    }
+    if (passed.password != kRight) {
+      FailInFrench(1098);
+      return false;
+    }
+    cachedUser = passed.user;
+    cachedPassword = passed.password;
+    return true;
+  }
+
+  bool EqualsCached() {
+    const std::wstring prefix = L"ValidatePassedCredentialsAgainstStoredCredentials: ";
+    const CredentialCase& passed = cell_.credentials;
+    if (passed.user.empty() || passed.password.empty()) {
+      log.push_back(ErrorLine(prefix + L"Empty username or password."));
+      FailInFrench(1096);
+      return false;
+    }
+    if (passed.cachedUser.empty()) {
+      log.push_back(ErrorLine(prefix + L"Empty cached username or password."));
+      FailInFrench(1099);
+      return false;
+    }
+    // No row has another name than the cached one but for its case.
+    if (passed.password != passed.cachedPassword) {
+      log.push_back(ErrorLine(prefix + L"Passed credentials do not match cached credentials for " +
+                              passed.user + L" user."));
+      FailInFrench(1098);
+      return false;
+    }
+    log.push_back(
+        InfoLine(prefix + L"Successfully validated credentials against cached credentials."));
+    return true;
+  }
+
+  bool IsAvailable() {
+    const For lacking = cell_.type == L"tum" ? For::kAllButUpdateManager : For::kUpdateManager;
+    if (way_.availability != lacking) return true;
+    log.push_back(ErrorLine(L"IsHalvardApiAvailable: HV API not available. Function: " + name_ +
+                            L", Migration type: " + cell_.type + L"."));
+    Speak(L"fr");
+    Fail(Message(kFrench, 1172, shortName_));
+    return false;
+  }
+
+  void DoWork() {
+    switch (way_.work) {
+      case Work::kNone:
+        log.push_back(ErrorLine(name_ + L": Not available."));
+        return Fail(L"Not available.");
+      case Work::kDescribesDeployment:
+        return DescribeDeployment();
+      case Work::kEndsAgent:
+        return FailToEndAgent();
+      case Work::kLogsOn:
+        return FailToLogOn();
+    }
+  }
+
+  void DescribeDeployment() {
+    console += Message(kGerman, 1084, cell_.type) + L"\n";
+    Speak(L"en");
+    log.push_back(InfoLine(name_ + L": Returning deployment type: " + cell_.type));
+    const bool isSized = cell_.type == L"embedded" || cell_.type == L"management";
+    const std::wstring size = isSized ? L"Tiny" : L"";
+    reply = {{"result", L"success"},          {"error", L""},
+             {"deployment_type", cell_.type}, {"deployment_size", size},
+             {"deployment_ver", L"5.5"},      {"hv_kvsa_version", L"6.0.0.14510545"}};
+    log.push_back(InfoLine(name_ +
+                           L": Returning deployment type/size: {\n   \"deployment_size\" : \"" +
+                           size + L"\",\n   \"deployment_type\" : \"" + cell_.type +
+                           L"\",\n   \"deployment_ver\" : \"5.5\",\n   \"error\" : \"\",\n"
+                           L"   \"hv_kvsa_version\" : \"6.0.0.14510545\",\n"
+                           L"   \"result\" : \"success\"\n}"));
+  }
+
+  void FailToEndAgent() {
+    log.push_back(Testing::WarningLine(
+        L"CreateChildThreadToShutdownHV: Failed to create thread to initiate halvard shutdown. Error code: 8"));
+    Show(1171);
+    Speak(L"en");
+    log.push_back(ErrorLine(name_ + L": " + Message(kEnglish, 1171)));
+    FailInFrench(1171);
+  }
+
+  void FailToLogOn() {
+    Speak(L"en");
+    log.push_back(InfoLine(name_ + L": " + Message(kEnglish, 1201)));
+    log.push_back(ErrorLine(L"ValidateADCredentials: LogonUser failed for []. Error code: 1326."));
+    console += Message(kGerman, 1203);
+    FailInFrench(1203);
+  }
+
+  const std::wstring name_;
+  const std::wstring shortName_;
+  const Way& way_;
+  const Cell& cell_;
+};
+
+std::string TextOf(const Cell& cell) {
+  return WideToUtf8(cell.exportStatus + L"/" + cell.exportResult + L", checks " +
+                    cell.checksStatus + L", " + cell.type) +
+         ", credentials " + cell.credentials.title;
+}
+
+class GuardOrder : public ServiceTest, public testing::WithParamInterface<std::size_t> {
+ protected:
+  GuardOrder() {
+    machine_.PlanFault({.function = "CreateThread", .error = 8});
+    machine_.PlanFault({.function = "LogonUserW", .error = 1326});
+    SpeakMachineLanguage(kGerman);
+  }
+
+  static void Prepare(const Cell& cell) {
+    StartSession();
+    Testing::CheckCalls().clear();
+    gProperties[L"MC_LOCALE"] = L"de";
+    gProperties[L"EXPORT_STATUS"] = cell.exportStatus;
+    gProperties[L"EXPORT_RESULT"] = cell.exportResult;
+    gProperties[L"PREUPGRADE_CHECKS_STATUS"] = cell.checksStatus;
+    gProperties[L"MIGRATION_TYPE"] = cell.type;
+    gProperties[L"TUM_KV_SERVER"] = L"kv.example";
+    gProperties[L"TUM_KV_PORT"] = L"8443";
+    gProperties[L"KV_SSL_THUMBPRINT"] = L"AA:BB";
+    gProperties[L"SSO_USERNAME"] = cell.credentials.cachedUser;
+    gProperties[L"SSO_PASSWORD"] = cell.credentials.cachedPassword;
+  }
+
+  void Check(const Cell& cell) {
+    SCOPED_TRACE(TextOf(cell));
+    Prepare(cell);
+    const KnownOperation& operation = kOperations[GetParam()];
+    const Expectation expected(operation, kWays[GetParam()], cell);
+    Json::Value request;
+    request["locale"] = "fr";
+    request["sso_username"] = WideToUtf8(cell.credentials.user);
+    request["sso_password"] = WideToUtf8(cell.credentials.password);
+    const CallResult result = Call(operation.slot, request);
+    std::map<std::string, std::wstring> reply;
+    for (const std::string& member : result.reply.getMemberNames()) {
+      reply[member] = Utf8ToWide(result.reply[member].asString());
+    }
+    ASSERT_EQ(reply, expected.reply);
+    ASSERT_EQ(result.console, expected.console);
+    ASSERT_EQ(result.log, expected.log);
+    ASSERT_EQ(Testing::CheckCalls(), expected.checks);
+    ASSERT_EQ(gProperties[L"SSO_USERNAME"].Value(), expected.cachedUser);
+    ASSERT_EQ(gProperties[L"SSO_PASSWORD"].Value(), expected.cachedPassword);
+    ASSERT_EQ(gProperties[L"MC_LOCALE"].Value(), L"fr");
+  }
+
+  void CheckAllCredentials(const Cell& phase) {
+    for (const CredentialCase& credentials : kCredentials) {
+      Cell cell = phase;
+      cell.credentials = credentials;
+      Check(cell);
+      if (HasFatalFailure()) return;
+    }
+  }
+};
+
+TEST_P(GuardOrder, IsTheOperationsOwnInEachPhaseForEachTypeAndCredentials) {
+  for (const wchar_t* type : {L"embedded", L"management", L"infrastructure", L"tum"}) {
+    for (const wchar_t* status : {L"NOT_STARTED", L"RUNNING", L"FINISHED", L"PAUSED"}) {
+      for (const wchar_t* result : {L"SUCCESS", L"FAIL"}) {
+        for (const wchar_t* checks : {L"NOT_STARTED", L"RUNNING", L"FINISHED"}) {
+          CheckAllCredentials({status, result, checks, type, {}});
+          ASSERT_FALSE(HasFatalFailure());
+        }
+      }
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Operations, GuardOrder,
+                         testing::Range(std::size_t{0}, std::size(kOperations)),
+                         [](const auto& row) { return WideToUtf8(kOperations[row.param].name); });
+
+}  // namespace
+}  // namespace Halvard::MigratorSvc
