@@ -6,6 +6,7 @@
 
 using CHAR = char;
 using WCHAR = wchar_t;
+using PWCHAR = WCHAR*;
 using PWSTR = WCHAR*;
 using LPWSTR = WCHAR*;
 using PCWSTR = const WCHAR*;
