@@ -4,7 +4,7 @@ if(WIN32)
   target_compile_definitions(halvard_platform INTERFACE
     UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0601 SECURITY_WIN32)
   target_link_libraries(halvard_platform INTERFACE
-    iphlpapi msi netapi32 ole32 secur32 shell32 shlwapi user32 userenv uuid version wldap32 ws2_32)
+    crypt32 iphlpapi msi netapi32 ole32 secur32 shell32 shlwapi user32 userenv uuid version wldap32 ws2_32)
 else()
   target_link_libraries(halvard_platform INTERFACE halvard_lab)
 endif()

@@ -103,4 +103,44 @@ struct SidTraits {
 };
 using UniqueSid = UniqueResource<SidTraits>;
 
+/// Sessions with a directory server; the end closes the connection.
+struct LdapSessionTraits {
+  using Type = LDAP*;
+  static Type Invalid() { return nullptr; }
+  static void Release(Type session) { ldap_unbind(session); }
+};
+using UniqueLdapSession = UniqueResource<LdapSessionTraits>;
+
+/// Results of searches; their entries go with them.
+struct LdapResultTraits {
+  using Type = LDAPMessage*;
+  static Type Invalid() { return nullptr; }
+  static void Release(Type result) { ldap_msgfree(result); }
+};
+using UniqueLdapResult = UniqueResource<LdapResultTraits>;
+
+/// Places in an entry; to be released before its result.
+struct BerElementTraits {
+  using Type = BerElement*;
+  static Type Invalid() { return nullptr; }
+  static void Release(Type element) { ber_free(element, 0); }
+};
+using UniqueBerElement = UniqueResource<BerElementTraits>;
+
+/// Lists of values that end in null.
+struct LdapValuesTraits {
+  using Type = PWCHAR*;
+  static Type Invalid() { return nullptr; }
+  static void Release(Type values) { ldap_value_freeW(values); }
+};
+using UniqueLdapValues = UniqueResource<LdapValuesTraits>;
+
+/// Texts that the directory client allocated.
+struct LdapTextTraits {
+  using Type = PWCHAR;
+  static Type Invalid() { return nullptr; }
+  static void Release(Type text) { ldap_memfreeW(text); }
+};
+using UniqueLdapText = UniqueResource<LdapTextTraits>;
+
 }  // namespace Halvard::Host

@@ -20,6 +20,10 @@
 #include <shlobj.h>
 #include <shlwapi.h>
 #include <userenv.h>
+#include <winldap.h>
+
+// winber.h wants the types of winldap.h.
+#include <winber.h>
 
 // The system's names for certificate fields would take the place of OpenSSL's types.
 #undef X509_NAME

@@ -134,8 +134,9 @@ class Discovery(WineTest):
         self.assertEqual(self.run_agent(), f'{english(1014)}\n{english(1121)}\n')
         set_single_sign_on_port(self.machine)
         self.assertEqual(self.run_agent(), self.SINGLE_SIGN_ON_FOUND)
-        self.assertIn('E: ValidateLocalSSOCredentials: Refused. '
-                      'This build has no directory client.', self.machine.log())
+        # Wine's LDAP client has no TLS.
+        self.assertIn('E: ConnectToLdapServer: Failed to turn on LDAP SSL option. '
+                      'Error code: 92', self.machine.log())
 
     def test_installed_package_is_found_until_it_is_removed(self):
         package = 'Z:' + os.environ['HALVARD_PACKAGE'].replace('/', '\\')

@@ -2,7 +2,6 @@
 // log: an agent that can't check credentials must not go on as if it had. The file goes, function
 // by function, as the real ones come.
 #include "core/logging.h"
-#include "security/directory_credentials.h"
 #include "security/service_accounts.h"
 #include "serverclient/credentials.h"
 #include "serverclient/inventory_size.h"
@@ -22,12 +21,6 @@ bool ServerClient::GetInventorySize(const std::string&, std::int32_t, const std:
                                     std::int32_t&, std::int32_t&) {
   LogScope log;
   log.Error(L"GetInventorySize: Refused. This build has no Kelvane Server client.");
-  return false;
-}
-
-bool Security::ValidateLocalSSOCredentials(const std::wstring&, const std::wstring&, bool) {
-  LogScope log;
-  log.Error(L"ValidateLocalSSOCredentials: Refused. This build has no directory client.");
   return false;
 }
 

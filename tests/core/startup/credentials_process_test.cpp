@@ -1,4 +1,5 @@
 #include "process_test.h"
+#include "support/slapd.h"
 
 namespace Halvard {
 namespace {
@@ -14,9 +15,11 @@ using Testing::RunAgent;
 
 constexpr wchar_t kPrompt[] = L"Enter Administrator@ostrel.local password: ";
 
-/// The program as it is built: it refuses every password.
 TEST(Credentials, ThreeWrongPasswordsAtATerminalEndTheRun) {
-  const Lab::Instance machine("infrastructure-5.5");
+  SKIP_WITHOUT_SLAPD();
+  const Lab::Slapd directory({.version = std::nullopt});
+  Lab::Instance machine("infrastructure-5.5");
+  Lab::PlaceDirectory(machine, directory, "localhost", 11712);
   AgentProcess agent(machine, {});
   for (const wchar_t* password : {L"s3cret-1", L"s3cret-\u00e4\u6771", L"s3cret-3x\b"}) {
     agent.WaitFor(kPrompt);
@@ -37,8 +40,22 @@ TEST(Credentials, ThreeWrongPasswordsAtATerminalEndTheRun) {
   EXPECT_THAT(
       run.log,
       Contains(
-          ErrorLine(L"ValidateLocalSSOCredentials: Refused. This build has no directory client."))
+          ErrorLine(
+              L"ValidateLocalSSOCredentials: Passed credentials are not valid. Error code: 49"))
           .Times(3));
+}
+
+TEST(Credentials, RightPasswordOfTheDirectoryIsTakenAtTheFirstTry) {
+  SKIP_WITHOUT_SLAPD();
+  const Lab::Slapd directory({.version = std::nullopt});
+  Lab::Instance machine("infrastructure-5.5");
+  Lab::PlaceDirectory(machine, directory, "localhost", 11712);
+  const AgentRun run = RunAgent(machine, {L"-p", L"secret"});
+  EXPECT_THAT(
+      run.log,
+      Contains(InfoLine(L"ValidateLocalSSOCredentials: Successfully validated SSO credentials.")));
+  EXPECT_THAT(run.console, Not(HasSubstr(English(1098))));
+  EXPECT_THAT(run.allOutput, Not(HasSubstr(L"secret")));
 }
 
 TEST(Credentials, KelvaneServersAdministratorIsAskedForToo) {
