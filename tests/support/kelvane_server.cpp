@@ -37,6 +37,31 @@ std::string ReadLine(int file) {
   return line;
 }
 
+/// Starts the program on a description in the folder. Throws std::runtime_error.
+pid_t Spawn(const std::filesystem::path& folder, int input, int output) {
+  std::vector<std::string> command{KELVANE_SERVER_PROGRAM,
+                                   "--until-input-ends",
+                                   "--config",
+                                   (folder / "config.json").string(),
+                                   "--record",
+                                   (folder / "journal").string()};
+  std::vector<char*> arguments;
+  for (std::string& text : command) arguments.push_back(text.data());
+  arguments.push_back(nullptr);
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_adddup2(&actions, input, STDIN_FILENO);
+  posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
+  posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, (folder / "errors").c_str(),
+                                   O_WRONLY | O_CREAT | O_APPEND, 0600);
+  pid_t process = -1;
+  const int error =
+      posix_spawn(&process, arguments[0], &actions, nullptr, arguments.data(), environ);
+  posix_spawn_file_actions_destroy(&actions);
+  if (error != 0) throw std::runtime_error("kelvane-server can't be started");
+  return process;
+}
+
 }  // namespace
 
 Json::Value KelvaneServer::UsualConfig() {
@@ -56,7 +81,12 @@ KelvaneServer::KelvaneServer(const Json::Value& config) {
   if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no folder for a Kelvane Server");
   folder_ = name;
   std::ofstream(folder_ / "config.json") << config;
-  Start();
+  try {
+    Start();
+  } catch (const std::runtime_error&) {
+    std::filesystem::remove_all(folder_);
+    throw;
+  }
 }
 
 KelvaneServer::~KelvaneServer() {
@@ -70,42 +100,24 @@ void KelvaneServer::Start() {
   if (pipe2(in, O_CLOEXEC) != 0 || pipe2(out, O_CLOEXEC) != 0) {
     throw std::runtime_error("no pipes for a Kelvane Server");
   }
-  std::vector<std::string> command{KELVANE_SERVER_PROGRAM,
-                                   "--until-input-ends",
-                                   "--config",
-                                   (folder_ / "config.json").string(),
-                                   "--record",
-                                   (folder_ / "journal").string()};
-  std::vector<char*> arguments;
-  for (std::string& text : command) arguments.push_back(text.data());
-  arguments.push_back(nullptr);
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_adddup2(&actions, in[0], STDIN_FILENO);
-  posix_spawn_file_actions_adddup2(&actions, out[1], STDOUT_FILENO);
-  posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, (folder_ / "errors").c_str(),
-                                   O_WRONLY | O_CREAT | O_APPEND, 0600);
-  const int error =
-      posix_spawn(&process_, arguments[0], &actions, nullptr, arguments.data(), environ);
-  posix_spawn_file_actions_destroy(&actions);
+  process_ = Spawn(folder_, in[0], out[1]);
   close(in[0]);
   close(out[1]);
   input_ = in[1];
-  if (error != 0) process_ = -1;
   const std::string line = ReadLine(out[0]);
   close(out[0]);
-  if (line.empty()) {
-    Stop();
-    const std::string errors = ReadWhole(folder_ / "errors");
-    std::filesystem::remove_all(folder_);
-    throw std::runtime_error("no Kelvane Server: " + errors);
-  }
+  if (line.empty()) Stop();
   announcement_ = ParseLine(line);
 }
 
 void KelvaneServer::Stop() {
   if (input_ >= 0) close(std::exchange(input_, -1));
-  if (process_ > 0) waitpid(std::exchange(process_, -1), nullptr, 0);
+  if (process_ < 0) return;
+  int status = 0;
+  waitpid(std::exchange(process_, -1), &status, 0);
+  if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
+    throw std::runtime_error("the Kelvane Server failed: " + ReadWhole(folder_ / "errors"));
+  }
 }
 
 std::uint16_t KelvaneServer::Port() const {

@@ -38,7 +38,8 @@ class KelvaneServer {
   std::uint32_t Hosts() const;
   std::uint32_t Machines() const;
 
-  /// Ends the server now; the journal stays. Connections break off.
+  /// Ends the server now; the journal stays. Connections break off. A server that has failed, as by
+  /// a sanitizer's report, throws; at the end of the object that ends the test program.
   void Stop();
 
   /// All lines so far. What an answer tells of stands here before the answer is sent.

@@ -125,7 +125,7 @@ std::int32_t ReadInteger(pugi::xml_node node) {
 }
 
 std::string ReadDateTime(pugi::xml_node node) {
-  const std::string text = ReadText(node);
+  std::string text = ReadText(node);
   static const std::regex kForm(R"((\d{4})-(\d\d)-(\d\d)T(\d\d):(\d\d):(\d\d)\.\d{3}Z)");
   std::smatch parts;
   const auto number = [&parts](std::size_t i) { return std::stoi(parts[i]); };

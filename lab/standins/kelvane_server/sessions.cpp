@@ -32,7 +32,7 @@ Session& Sessions::Use(const std::string& cookie, int& expired) {
     entry->second.lastUse = std::chrono::steady_clock::now();
     return entry->second;
   }
-  if (expired_.count(cookie) != 0) Deny(kNotAuthenticated, "The session has expired.");
+  if (expired_.contains(cookie)) Deny(kNotAuthenticated, "The session has expired.");
   Refuse("There is no such session, or it has ended by its logout.", kNotAuthenticated);
 }
 

@@ -15,8 +15,8 @@ Type RequireType(const std::string& name) {
 
 }  // namespace
 
-Walk::Walk(const Inventory& inventory, const FilterSpec& filter)
-    : inventory_(inventory), filter_(filter) {
+Walk::Walk(const Inventory& inventory, FilterSpec filter)
+    : inventory_(inventory), filter_(std::move(filter)) {
   CheckProperties();
   for (const ObjectSpec& object : filter_.objectSet) AddTraversals(object.selectSet);
   for (const auto& [spec, step] : traversals_) steps_[step].next = Resolve(spec->selectSet);

@@ -24,7 +24,7 @@ class Walk {
   /// \param inventory  Must outlive the walk.
   /// Throws SoapFault for types, properties, names and objects that there aren't, and for a name
   /// that two traversals have.
-  Walk(const Inventory& inventory, const FilterSpec& filter);
+  Walk(const Inventory& inventory, FilterSpec filter);
 
   struct Found {
     Inventory::Number object;

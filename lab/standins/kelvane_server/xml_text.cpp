@@ -75,7 +75,7 @@ class TextCheck {
 
  private:
   void SkipDeclaration() {
-    constexpr std::string_view kDeclaration = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>";
+    constexpr std::string_view kDeclaration = R"(<?xml version="1.0" encoding="UTF-8"?>)";
     if (rest_.substr(0, kDeclaration.size()) != kDeclaration) {
       Refuse("The request doesn't begin with " + std::string(kDeclaration));
     }
