@@ -2,9 +2,13 @@
 
 #include <lber.h>
 #include <ldap.h>
+#include <signal.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 
+#include <condition_variable>
+#include <mutex>
+#include <thread>
 #include <utility>
 
 #include "machine/text.h"
@@ -13,6 +17,7 @@ namespace Lab {
 namespace {
 
 constexpr unsigned kServerDown = 0x51;
+constexpr unsigned kTimeout = 0x55;
 
 /// libldap's own codes are negative where those of Windows go on after 0x50; what a server answers
 /// is the same in both.
@@ -27,22 +32,86 @@ timeval TimeOf(std::chrono::milliseconds time) {
   return value;
 }
 
-/// \param limit  Zero lifts it.
-void LimitReceiving(int descriptor, std::chrono::milliseconds limit) {
-  const timeval time = TimeOf(limit);
-  (void)setsockopt(descriptor, SOL_SOCKET, SO_RCVTIMEO, &time, sizeof(time));
-}
+/// Ends a connection that takes too long. libldap's own time-outs are over before the handshake,
+/// and in the handshake it waits on, whatever the socket's are.
+class ConnectLimit {
+ public:
+  explicit ConnectLimit(std::chrono::milliseconds limit)
+      : thread_([this, limit] { Wait(limit); }) {}
+  ConnectLimit(const ConnectLimit&) = delete;
+  ConnectLimit& operator=(const ConnectLimit&) = delete;
+  ~ConnectLimit() {
+    {
+      const std::lock_guard lock(mutex_);
+      done_ = true;
+    }
+    changed_.notify_one();
+    thread_.join();
+  }
 
-/// libldap's time-outs end before the handshake; the socket's own are what holds there.
+  /// \param descriptor  -1: none at the moment.
+  void Watch(int descriptor) {
+    const std::lock_guard lock(mutex_);
+    descriptor_ = descriptor;
+  }
+
+  bool Expired() {
+    const std::lock_guard lock(mutex_);
+    return expired_;
+  }
+
+ private:
+  void Wait(std::chrono::milliseconds limit) {
+    std::unique_lock lock(mutex_);
+    if (changed_.wait_for(lock, limit, [this] { return done_; })) return;
+    expired_ = true;
+    if (descriptor_ >= 0) (void)shutdown(descriptor_, SHUT_RDWR);
+  }
+
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  bool done_ = false;
+  bool expired_ = false;
+  int descriptor_ = -1;
+  std::thread thread_;
+};
+
+using CurrentLimit = std::unique_ptr<ConnectLimit>;
+
 int OnTcpConnected(LDAP*, Sockbuf* buffer, LDAPURLDesc*, sockaddr*, ldap_conncb* callback) {
   int descriptor = -1;
-  if (ber_sockbuf_ctrl(buffer, LBER_SB_OPT_GET_FD, &descriptor) == 1) {
-    LimitReceiving(descriptor, *static_cast<const std::chrono::milliseconds*>(callback->lc_arg));
-  }
+  (void)ber_sockbuf_ctrl(buffer, LBER_SB_OPT_GET_FD, &descriptor);
+  const auto& limit = *static_cast<const CurrentLimit*>(callback->lc_arg);
+  if (limit) limit->Watch(descriptor);
   return 0;
 }
 
-void OnClosing(LDAP*, Sockbuf*, ldap_conncb*) {}
+void OnClosing(LDAP*, Sockbuf*, ldap_conncb* callback) {
+  const auto& limit = *static_cast<const CurrentLimit*>(callback->lc_arg);
+  if (limit) limit->Watch(-1);
+}
+
+/// Keeps the signal of a write to a broken connection, which Windows doesn't have, from ending the
+/// program: libldap doesn't.
+class NoPipeSignal {
+ public:
+  NoPipeSignal() {
+    sigemptyset(&pipe_);
+    sigaddset(&pipe_, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &pipe_, &former_);
+  }
+  NoPipeSignal(const NoPipeSignal&) = delete;
+  NoPipeSignal& operator=(const NoPipeSignal&) = delete;
+  ~NoPipeSignal() {
+    constexpr timespec kAtOnce{};
+    while (sigtimedwait(&pipe_, nullptr, &kAtOnce) == SIGPIPE) continue;
+    pthread_sigmask(SIG_SETMASK, &former_, nullptr);
+  }
+
+ private:
+  sigset_t pipe_{};
+  sigset_t former_{};
+};
 
 /// "ldaps://[::1]:636 ldaps://127.0.0.1:636"
 std::string Uris(const std::vector<HostPort>& addresses, bool tls) {
@@ -71,6 +140,7 @@ class DirectoryConnection::Session {
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
   ~Session() {
+    const NoPipeSignal guard;
     if (handle_ != nullptr) (void)ldap_unbind_ext(handle_, nullptr, nullptr);
   }
 
@@ -78,12 +148,13 @@ class DirectoryConnection::Session {
 
   unsigned Connect() {
     if (handle_ == nullptr) return kServerDown;
+    limit_ = std::make_unique<ConnectLimit>(timeout_);
     const int result = ldap_connect(handle_);
+    const bool expired = limit_->Expired();
+    limit_.reset();
+    if (expired) return kTimeout;
     if (result != LDAP_SUCCESS) return WindowsCode(result);
     // From here on a silent server is waited for, however long.
-    int descriptor = -1;
-    (void)ldap_get_option(handle_, LDAP_OPT_DESC, &descriptor);
-    LimitReceiving(descriptor, {});
     (void)ldap_set_option(handle_, LDAP_OPT_NETWORK_TIMEOUT, nullptr);
     return 0;
   }
@@ -107,7 +178,8 @@ class DirectoryConnection::Session {
   }
 
   std::chrono::milliseconds timeout_;
-  ldap_conncb callback_{&OnTcpConnected, &OnClosing, &timeout_};
+  CurrentLimit limit_;  ///< While a connection is made.
+  ldap_conncb callback_{&OnTcpConnected, &OnClosing, &limit_};
   LDAP* handle_ = nullptr;
 };
 
@@ -150,6 +222,7 @@ unsigned DirectoryConnection::Open() {
 }
 
 unsigned DirectoryConnection::Connect() {
+  const NoPipeSignal guard;
   if (session_) return 0;
   const unsigned code = Open();
   if (code != 0) session_.reset();
@@ -157,6 +230,7 @@ unsigned DirectoryConnection::Connect() {
 }
 
 unsigned DirectoryConnection::Bind(const std::wstring& name, const std::wstring& password) {
+  const NoPipeSignal guard;
   if (const unsigned code = Connect(); code != 0) return code;
   std::string secret = ToUtf8(password);
   const berval credentials{secret.size(), secret.data()};
@@ -168,6 +242,7 @@ unsigned DirectoryConnection::Bind(const std::wstring& name, const std::wstring&
 unsigned DirectoryConnection::SearchRoot(const std::wstring& filter,
                                          const std::vector<std::wstring>& attributes,
                                          std::vector<DirectoryEntry>& entries) {
+  const NoPipeSignal guard;
   if (const unsigned code = Connect(); code != 0) return code;
   std::vector<std::string> names;
   for (const std::wstring& attribute : attributes) names.push_back(ToUtf8(attribute));
