@@ -71,6 +71,15 @@ TEST(RefusalOf, IsTheErrorOfAFailedReplyAlone) {
   EXPECT_EQ(RefusalOf("no JSON"), "");
 }
 
+TEST(RefusalOf, IsTheErrorOfAReplyThatFailsWithANumberToo) {
+  EXPECT_EQ(RefusalOf(R"({"result":1076,"error":"Not copied."})"), "Not copied.");
+}
+
+TEST(RefusalOf, RunnersOwnDocumentIsNone) {
+  EXPECT_EQ(RefusalOf(R"({"status":"error","error":"disk full"})"), "");
+  EXPECT_EQ(RefusalOf("null"), "");
+}
+
 TEST(InputProblem, IsEmptyForAnObjectAlone) {
   EXPECT_EQ(InputProblem("{}"), "");
   EXPECT_NE(InputProblem("[]"), "");

@@ -1,5 +1,7 @@
 #include "options.h"
 
+#include <sstream>
+
 #include <gtest/gtest.h>
 
 #include "exit_code.h"
@@ -52,6 +54,49 @@ TEST(ParseOptions, CallTakesEverything) {
   EXPECT_EQ(parsed.options->limits.answer.count(), 4);
 }
 
+TEST(ParseOptions, EachOperationIsACommandWithItsOwnHelpAndExample) {
+  for (const OperationCommand& command : OperationCommands()) {
+    const Parsed help({command.name, "--help"});
+    EXPECT_EQ(help.exitCode, static_cast<int>(ExitCode::kSuccess)) << command.name;
+    EXPECT_NE(help.out.find(std::string("Example:\n  hvctl ") + command.name + " --host"),
+              std::string::npos);
+    EXPECT_NE(help.out.find("--password-file"), std::string::npos);
+  }
+}
+
+/// The words of a command's example, as a shell splits them.
+std::vector<std::string> ExampleOf(const OperationCommand& command) {
+  std::vector<std::string> words{command.name};
+  std::istringstream example(command.example);
+  for (std::string word; example >> word;) {
+    if (word.starts_with('\'')) word = word.substr(1, word.size() - 2);
+    words.push_back(word);
+  }
+  return words;
+}
+
+TEST(ParseOptions, ExamplesAreCommandLinesThatWork) {
+  for (const OperationCommand& command : OperationCommands()) {
+    const Parsed parsed(ExampleOf(command));
+    ASSERT_TRUE(parsed.options) << command.name << parsed.err;
+    EXPECT_EQ(parsed.options->command, Options::Command::kOperation);
+    EXPECT_EQ(parsed.options->operation, command.operation);
+    EXPECT_EQ(parsed.options->operationCommand, &command);
+    EXPECT_EQ(parsed.options->agent.Text(), "old.example:9123");
+    EXPECT_EQ(parsed.options->given.at("--user"), "administrator@ostrel.local");
+  }
+}
+
+TEST(ParseOptions, NoCommandTakesAPassword) {
+  for (const OperationCommand& command : OperationCommands()) {
+    for (const char* option : {"--password", "--ssh-password", "--ad-password"}) {
+      std::vector<std::string> words = ExampleOf(command);
+      words.insert(words.end(), {option, "secret"});
+      EXPECT_FALSE(Parsed(words).options) << command.name << option;
+    }
+  }
+}
+
 TEST(ParseOptions, ForgetNamesAnAgent) {
   const Parsed parsed({"forget", "--host", "old", "--port", "9124"});
   ASSERT_TRUE(parsed.options);
@@ -77,6 +122,10 @@ TEST(ParseOptions, WrongCommandLinesEndWithUsage) {
       {"call", "op", "--host", "h", "--timeout", "-1"},
       {"call", "op", "--host", "h", "--nonsense"},
       {"destroy"},
+      {"deployment-type", "--host", "h"},
+      {"answer", "--host", "h", "--user", "u"},
+      {"copy-logs", "--host", "h", "--user", "u", "--interactive"},
+      {"export", "--user", "u"},
   };
   for (const auto& arguments : wrong) {
     const Parsed parsed(arguments);

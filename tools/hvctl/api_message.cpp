@@ -14,26 +14,6 @@ constexpr const char* kService = "halvard.migrator";
 constexpr const char* kRequestId = "1";
 constexpr const char* kProgressName = "com.ostrel.krova.std.progress";
 
-std::string WriteCompact(const Json::Value& value) {
-  Json::StreamWriterBuilder builder;
-  builder["indentation"] = "";
-  builder["emitUTF8"] = true;
-  return Json::writeString(builder, value);
-}
-
-bool Parse(const std::string& text, Json::Value& value, std::string& problem) {
-  Json::CharReaderBuilder builder;
-  Json::CharReaderBuilder::strictMode(&builder.settings_);
-  builder["strictRoot"] = false;
-  const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
-  try {
-    return reader->parse(text.data(), text.data() + text.size(), &value, &problem);
-  } catch (const Json::Exception& error) {  // Nested too deeply.
-    problem = error.what();
-    return false;
-  }
-}
-
 /// Follows member names through objects; null where the way ends early.
 const Json::Value* Find(const Json::Value& value, std::initializer_list<const char*> names) {
   const Json::Value* at = &value;
@@ -88,7 +68,32 @@ std::string DescribeProgress(const Json::Value& progress) {
          " to " + std::to_string(number("max")) + ")";
 }
 
+bool IsFailure(const Json::Value* result) {
+  return result != nullptr && (result->isNumeric() || TextOf(result) == "fail");
+}
+
 }  // namespace
+
+std::string WriteJson(const Json::Value& value) {
+  Json::StreamWriterBuilder builder;
+  builder["indentation"] = "";
+  builder["emitUTF8"] = true;
+  return Json::writeString(builder, value);
+}
+
+std::string ParseJson(const std::string& text, Json::Value& value) {
+  Json::CharReaderBuilder builder;
+  Json::CharReaderBuilder::strictMode(&builder.settings_);
+  builder["strictRoot"] = false;
+  const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
+  std::string problem;
+  try {
+    if (reader->parse(text.data(), text.data() + text.size(), &value, &problem)) return {};
+  } catch (const Json::Exception& error) {  // Nested too deeply.
+    problem = error.what();
+  }
+  return problem.empty() ? "It can't be read." : problem;
+}
 
 std::string MakeRequest(const std::string& operation, const std::string& input) {
   Json::Value request;
@@ -101,17 +106,16 @@ std::string MakeRequest(const std::string& operation, const std::string& input) 
   params["input"]["STRUCTURE"]["operation-input"]["json"] = input;
   params["ctx"]["appCtx"] = Json::Value(Json::objectValue);
   params["ctx"]["securityCtx"] = Json::Value(Json::objectValue);
-  return WriteCompact(request);
+  return WriteJson(request);
 }
 
 Answer ReadAnswer(const std::string& response) {
   Json::Value document;
-  std::string problem;
-  if (!Parse(response, document, problem)) {
+  if (const std::string problem = ParseJson(response, document); !problem.empty()) {
     throw Failure(ExitCode::kApiError, "The agent's answer isn't JSON: " + problem);
   }
   if (const Json::Value* output = Find(document, {"result", "output"})) {
-    return {Answer::Kind::kReply, output->isString() ? output->asString() : WriteCompact(*output)};
+    return {Answer::Kind::kReply, output->isString() ? output->asString() : WriteJson(*output)};
   }
   if (const Json::Value* progress = Find(document, {"result", "progress"})) {
     return {Answer::Kind::kProgress, DescribeProgress(*progress)};
@@ -129,16 +133,14 @@ Answer ReadAnswer(const std::string& response) {
 
 std::string RefusalOf(const std::string& reply) {
   Json::Value document;
-  std::string problem;
-  if (!Parse(reply, document, problem) || TextOf(Find(document, {"result"})) != "fail") return {};
+  if (!ParseJson(reply, document).empty() || !IsFailure(Find(document, {"result"}))) return {};
   const std::string error = TextOf(Find(document, {"error"}));
   return error.empty() ? "The agent gave no reason." : error;
 }
 
 std::string InputProblem(const std::string& text) {
   Json::Value document;
-  std::string problem;
-  if (!Parse(text, document, problem)) return problem;
+  if (const std::string problem = ParseJson(text, document); !problem.empty()) return problem;
   return document.isObject() ? std::string()
                              : "It has to be a JSON object, such as {\"locale\":\"en\"}.";
 }

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <string>
 
+#include <json/value.h>
+
 namespace Hvctl {
 
 /// A JSON-RPC request that invokes \p operation of the agent's service.
@@ -24,8 +26,16 @@ struct Answer {
 /// Reads one response object. Throws Failure (kApiError) on what isn't one.
 Answer ReadAnswer(const std::string& response);
 
-/// The `error` text of a reply document whose `result` is "fail"; empty for every other reply.
+/// The `error` text of a reply document whose `result` is "fail" or a number, the code that one
+/// operation fails with; empty for every other reply.
 std::string RefusalOf(const std::string& reply);
+
+/// \return \p value as compact text, UTF-8.
+std::string WriteJson(const Json::Value& value);
+
+/// Parses JSON text, of which nothing may be left over.
+/// \return Empty on success; otherwise what is wrong and where.
+std::string ParseJson(const std::string& text, Json::Value& value);
 
 /// Checks an input document before it is sent.
 /// \return Empty when \p text is a JSON object; otherwise what is wrong and where.

@@ -5,7 +5,7 @@ namespace Hvctl {
 
 enum class ExitCode {
   kSuccess = 0,       ///< The agent answered, and its reply doesn't say "fail".
-  kRefused = 1,       ///< The reply says "fail"; its error text is on standard error.
+  kRefused = 1,       ///< The reply says that it failed; its error is on standard error.
   kUsage = 2,         ///< The command line is wrong, or the input isn't readable.
   kNoConnection = 3,  ///< No connection, a cut one, or a time-out.
   kNotTrusted = 4,    ///< The certificate isn't the expected one, or nobody confirmed it.

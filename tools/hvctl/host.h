@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,13 @@ std::filesystem::path KnownAgentsFile();
 
 /// True when a person sits at standard input and standard error.
 bool IsInteractive();
+
+/// The value of an environment variable as UTF-8; nothing when it isn't set.
+std::optional<std::string> EnvironmentVariable(const char* name);
+
+/// Shows \p prompt on standard error and reads a line that isn't shown, from the terminal at
+/// standard input. UTF-8.
+std::string AskHidden(const std::string& prompt);
 
 /// Makes the console show UTF-8.
 void PrepareConsole();

@@ -1,6 +1,8 @@
+#include <termios.h>
 #include <unistd.h>
 
 #include <cstdlib>
+#include <iostream>
 
 #include "host.h"
 
@@ -18,6 +20,26 @@ std::filesystem::path KnownAgentsFile() {
 }
 
 bool IsInteractive() { return isatty(STDIN_FILENO) == 1 && isatty(STDERR_FILENO) == 1; }
+
+std::optional<std::string> EnvironmentVariable(const char* name) {
+  const char* value = std::getenv(name);
+  return value == nullptr ? std::nullopt : std::optional<std::string>(value);
+}
+
+std::string AskHidden(const std::string& prompt) {
+  termios shown{};
+  tcgetattr(STDIN_FILENO, &shown);
+  termios hidden = shown;
+  hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+  // The echo is off before the prompt shows, so that nothing typed at once is seen.
+  tcsetattr(STDIN_FILENO, TCSAFLUSH, &hidden);
+  std::cerr << prompt << std::flush;
+  std::string line;
+  std::getline(std::cin, line);
+  tcsetattr(STDIN_FILENO, TCSAFLUSH, &shown);
+  std::cerr << '\n';
+  return line;
+}
 
 void PrepareConsole() {}
 

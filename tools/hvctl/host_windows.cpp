@@ -6,6 +6,7 @@
 #include <shellapi.h>
 
 #include <cstdlib>
+#include <iostream>
 
 #include "host.h"
 
@@ -39,6 +40,30 @@ std::filesystem::path KnownAgentsFile() {
 }
 
 bool IsInteractive() { return _isatty(_fileno(stdin)) != 0 && _isatty(_fileno(stderr)) != 0; }
+
+std::optional<std::string> EnvironmentVariable(const char* name) {
+  const std::string narrow(name);
+  const wchar_t* value = _wgetenv(std::wstring(narrow.begin(), narrow.end()).c_str());
+  return value == nullptr ? std::nullopt : std::optional<std::string>(Utf8(value));
+}
+
+std::string AskHidden(const std::string& prompt) {
+  const HANDLE console = GetStdHandle(STD_INPUT_HANDLE);
+  DWORD shown = 0;
+  GetConsoleMode(console, &shown);
+  SetConsoleMode(console, shown & ~static_cast<DWORD>(ENABLE_ECHO_INPUT));
+  std::cerr << prompt << std::flush;
+  // The narrow stream can't read every text that a console takes.
+  constexpr DWORD kLongestLine = 1024;
+  wchar_t line[kLongestLine + 1] = {};
+  DWORD length = 0;
+  ReadConsoleW(console, line, kLongestLine, &length, nullptr);
+  SetConsoleMode(console, shown);
+  std::cerr << '\n';
+  while (length > 0 && (line[length - 1] == L'\n' || line[length - 1] == L'\r')) --length;
+  line[length] = L'\0';
+  return Utf8(line);
+}
 
 void PrepareConsole() {
   SetConsoleOutputCP(CP_UTF8);

@@ -1,4 +1,3 @@
-#include <fstream>
 #include <iostream>
 #include <iterator>
 
@@ -8,7 +7,9 @@
 #include "frame_reader.h"
 #include "host.h"
 #include "known_agents.h"
+#include "operation_input.h"
 #include "options.h"
+#include "secrets.h"
 #include "trust.h"
 
 namespace Hvctl {
@@ -20,20 +21,19 @@ std::string ReadAll(std::istream& stream) {
 
 /// The input document that the command line names.
 std::string ReadInput(const std::string& input) {
-  std::string text = input;
-  if (input == "-") {
-    text = ReadAll(std::cin);
-  } else if (input.starts_with('@')) {
-    const std::string name = input.substr(1);
-    std::ifstream file(std::filesystem::path(std::u8string(name.begin(), name.end())),
-                       std::ios::binary);
-    if (!file) throw Failure(ExitCode::kUsage, "The input file can't be read: " + name);
-    text = ReadAll(file);
-  }
+  std::string text = input == "-" ? ReadAll(std::cin) : TextOrFile(input);
   if (const std::string problem = InputProblem(text); !problem.empty()) {
     throw Failure(ExitCode::kUsage, "The input isn't a JSON document. " + problem);
   }
   return text;
+}
+
+std::string InputOf(const Options& options) {
+  if (options.command == Options::Command::kCall) return ReadInput(options.input);
+  return BuildInput(*options.operationCommand, options.given,
+                    [](const Parameter& parameter, const std::string& file) {
+                      return GetSecret(parameter, file, std::cin, IsInteractive());
+                    });
 }
 
 /// Shows one answer to the person: the reply on standard output, everything else on standard error.
@@ -82,7 +82,7 @@ ExitCode PostRaw(AgentConnection& connection, const std::string& request, bool f
 }
 
 ExitCode Call(const Options& options) {
-  const std::string request = MakeRequest(options.operation, ReadInput(options.input));
+  const std::string request = MakeRequest(options.operation, InputOf(options));
   const KnownAgents known(KnownAgentsFile());
   AgentConnection connection(
       options.agent, options.limits,

@@ -15,15 +15,16 @@ constexpr std::uint16_t kDefaultPort = 9123;
 
 constexpr const char* kFooter = R"(Exit codes:
   0  the agent answered, and its reply doesn't say "fail"
-  1  the reply says "fail"; its error text is on standard error
+  1  the reply says "fail", or a number instead; its error text is on standard error
   2  the command line is wrong, or the input can't be read
   3  no connection, a cut one, or a time limit has passed
   4  the certificate isn't the expected one, or nobody confirmed it
   5  the agent answered with an API error, or with what isn't an answer
 
 Examples:
-  hvctl call get_source_deployment_type '{"locale":"en"}' --host old.example --thumbprint 9A:...
-  hvctl call poll_export_status @input.json --host 192.0.2.20 --port 9124
+  hvctl deployment-type --host old.example --user administrator@ostrel.local
+  hvctl export-status --host 192.0.2.20 --port 9124 --user admin@corp.example --password-file pw
+  hvctl call poll_export_status @input.json --host old.example --thumbprint 9A:...
   hvctl forget --host old.example
 
 The thumbprint stands on the agent's console. Without --thumbprint hvctl shows the certificate's,
@@ -45,28 +46,76 @@ void AddAgentOptions(CLI::App& command, Options& options) {
       ->check(CLI::Range(1, 65535));
 }
 
-void AddCall(CLI::App& app, Options& options, std::string& thumbprint, long& connect,
-             long& answer) {
-  CLI::App& call = *app.add_subcommand("call", "Invoke one operation and print its reply");
-  AddAgentOptions(call, options);
-  call.add_option("operation", options.operation,
-                  "Name of the operation, such as poll_export_status")
-      ->required();
-  call.add_option("input", options.input,
-                  "Input document: JSON text, @FILE, or - for standard input")
-      ->default_val("{}");
-  call.add_option("--thumbprint", thumbprint, "Expected SHA-1 thumbprint of the certificate")
+/// What CLI11 writes to, before it is in the form of Options.
+struct Parsed {
+  Options options;
+  std::string thumbprint;
+  long connect = 0;
+  long answer = 0;
+};
+
+void AddCallOptions(CLI::App& command, Parsed& parsed) {
+  Options& options = parsed.options;
+  AddAgentOptions(command, options);
+  command
+      .add_option("--thumbprint", parsed.thumbprint, "Expected SHA-1 thumbprint of the certificate")
       ->transform(CLI::Validator([](std::string& text) { return CheckThumbprint(text); }, ""));
-  call.add_flag("--framed", options.framed, "Show progress reports as they come");
-  call.add_flag("--raw", options.raw, "Print the answer's body as it came");
-  call.add_option("--connect-timeout", connect, "Seconds for connecting, and for TLS")
+  command.add_flag("--framed", options.framed, "Show progress reports as they come");
+  command.add_flag("--raw", options.raw, "Print the answer's body as it came");
+  command.add_option("--connect-timeout", parsed.connect, "Seconds for connecting, and for TLS")
       ->default_val(options.limits.connect.count())
       ->check(CLI::Range(1L, 86400L));
-  call.add_option("--timeout", answer,
+  command
+      .add_option("--timeout", parsed.answer,
                   "Seconds that the agent may be silent; 0: as long as the operation takes")
       ->default_val(options.limits.answer.count())
       ->check(CLI::Range(0L, 86400L));
-  call.callback([&options] { options.command = Options::Command::kCall; });
+}
+
+void AddCall(CLI::App& app, Parsed& parsed) {
+  CLI::App& call = *app.add_subcommand("call", "Invoke an operation with an input document");
+  AddCallOptions(call, parsed);
+  call.add_option("operation", parsed.options.operation,
+                  "Name of the operation, such as poll_export_status")
+      ->required();
+  call.add_option("input", parsed.options.input,
+                  "Input document: JSON text, @FILE, or - for standard input")
+      ->default_val("{}");
+  call.callback([&parsed] { parsed.options.command = Options::Command::kCall; });
+}
+
+void AddParameter(CLI::App& command, const Parameter& parameter, Options& options) {
+  std::string help = parameter.help;
+  if (parameter.kind == Parameter::Kind::kSecret) {
+    help += std::string(" [or the variable ") + parameter.variable + ", or the terminal]";
+  }
+  const auto keep = [&options, &parameter](const std::string& text) {
+    options.given[parameter.option] = text;
+  };
+  if (parameter.kind == Parameter::Kind::kFlag) {
+    command.add_flag_callback(
+        parameter.option, [keep] { keep({}); }, help);
+    return;
+  }
+  command.add_option_function<std::string>(parameter.option, keep, help)
+      ->required(parameter.required);
+}
+
+void AddOperation(CLI::App& app, const OperationCommand& operation, Parsed& parsed) {
+  CLI::App& command = *app.add_subcommand(operation.name, operation.help);
+  command.footer(std::string("Example:\n  hvctl ") + operation.name + " " + operation.example);
+  for (const Parameter& parameter : CommonParameters()) {
+    AddParameter(command, parameter, parsed.options);
+  }
+  for (const Parameter& parameter : operation.parameters) {
+    AddParameter(command, parameter, parsed.options);
+  }
+  AddCallOptions(command, parsed);
+  command.callback([&parsed, &operation] {
+    parsed.options.command = Options::Command::kOperation;
+    parsed.options.operation = operation.operation;
+    parsed.options.operationCommand = &operation;
+  });
 }
 
 void AddForget(CLI::App& app, Options& options) {
@@ -78,15 +127,15 @@ void AddForget(CLI::App& app, Options& options) {
 }  // namespace
 
 std::optional<Options> ParseOptions(const std::vector<std::string>& arguments, int& exitCode) {
-  Options options;
-  std::string thumbprint;
-  long connect = 0;
-  long answer = 0;
+  Parsed parsed;
   CLI::App app("Client of the migration agent's API", "hvctl");
   app.footer(kFooter);
   app.require_subcommand(1);
-  AddCall(app, options, thumbprint, connect, answer);
-  AddForget(app, options);
+  for (const OperationCommand& operation : OperationCommands()) {
+    AddOperation(app, operation, parsed);
+  }
+  AddCall(app, parsed);
+  AddForget(app, parsed.options);
   try {
     std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
     app.parse(reversed);
@@ -95,8 +144,9 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& arguments, i
     exitCode = static_cast<int>(help ? ExitCode::kSuccess : ExitCode::kUsage);
     return std::nullopt;
   }
-  if (!thumbprint.empty()) options.thumbprint = thumbprint;
-  options.limits = {std::chrono::seconds(connect), std::chrono::seconds(answer)};
+  Options& options = parsed.options;
+  if (!parsed.thumbprint.empty()) options.thumbprint = parsed.thumbprint;
+  options.limits = {std::chrono::seconds(parsed.connect), std::chrono::seconds(parsed.answer)};
   return options;
 }
 

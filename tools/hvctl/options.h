@@ -6,11 +6,13 @@
 #include <vector>
 
 #include "agent_connection.h"
+#include "operation_commands.h"
+#include "operation_input.h"
 
 namespace Hvctl {
 
 struct Options {
-  enum class Command { kNone, kCall, kForget };
+  enum class Command { kNone, kCall, kOperation, kForget };
   Command command = Command::kNone;
 
   Endpoint agent;
@@ -19,6 +21,10 @@ struct Options {
 
   std::string operation;
   std::string input;  ///< The JSON text itself, "@FILE", or "-" for standard input.
+
+  const OperationCommand* operationCommand = nullptr;  ///< Of kOperation; never null there.
+  GivenOptions given;                                  ///< What it was given.
+
   bool framed = false;
   bool raw = false;
 };
