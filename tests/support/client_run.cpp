@@ -47,15 +47,18 @@ std::vector<char*> Pointers(std::vector<std::string>& texts) {
 
 }  // namespace
 
-ClientRun RunClient(const std::vector<std::wstring>& arguments) {
+ClientRun RunClient(const std::vector<std::wstring>& arguments, const std::string& input,
+                    const std::vector<std::string>& variables) {
   const ScratchFolder folder;
+  std::ofstream(folder.File("in"), std::ios::binary) << input;
   std::vector<std::string> command{HVCTL_PROGRAM};
   for (const std::wstring& argument : arguments) command.push_back(WideToUtf8(argument));
-  std::vector<std::string> environment{"HVCTL_KNOWN_AGENTS=" + folder.File("known_agents")};
+  std::vector<std::string> environment{variables};
+  environment.push_back("HVCTL_KNOWN_AGENTS=" + folder.File("known_agents"));
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
   constexpr int kWriting = O_WRONLY | O_CREAT | O_TRUNC;
-  posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+  posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, folder.File("in").c_str(), O_RDONLY, 0);
   posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, folder.File("out").c_str(), kWriting,
                                    0600);
   posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, folder.File("err").c_str(), kWriting,

@@ -14,6 +14,9 @@ struct ClientRun {
 
 /// Runs the client to its end, with nobody at a terminal.
 /// \param arguments  Without the program's name.
-ClientRun RunClient(const std::vector<std::wstring>& arguments);
+/// \param input      What standard input holds.
+/// \param variables  Of its environment, as "NAME=value".
+ClientRun RunClient(const std::vector<std::wstring>& arguments, const std::string& input = {},
+                    const std::vector<std::string>& variables = {});
 
 }  // namespace Halvard::Testing

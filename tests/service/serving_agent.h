@@ -1,0 +1,77 @@
+// An agent that serves, with its client beside it.
+#pragma once
+
+#include <csignal>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
+
+#include "core/startup/process_test.h"
+#include "core/startup/scripted_checks.h"
+#include "core/text.h"
+#include "support/client_run.h"
+
+namespace Halvard {
+
+inline constexpr wchar_t kUser[] = L"Administrator@ostrel.local";
+
+/// A port that was free a moment ago.
+inline std::wstring FreePort() {
+  boost::asio::io_context service;
+  const boost::asio::ip::tcp::acceptor probe(service, {boost::asio::ip::tcp::v4(), 0});
+  return std::to_wstring(probe.local_endpoint().port());
+}
+
+/// An agent that serves, on a machine whose administrator has the one accepted password.
+class ServingAgent {
+ public:
+  explicit ServingAgent(const std::string& machine = "embedded-5.5") : machine_(machine) {
+    machine_.MakeFolder(L"%LOCALAPPDATA%\\Ostrel\\Halvard");
+    machine_.SetVariable(Testing::kAddressVariable, L"192.0.2.10");
+    machine_.SetVariable(Testing::kInventoryVariable, L"100 1000");
+    machine_.Set("/adapters/0/ipv6", false);
+    machine_.Set("/ports/host", true);
+    agent_ = std::make_unique<Testing::AgentProcess>(
+        machine_, std::vector<std::wstring>{L"-p", Testing::kAcceptedPassword, L"-o", port_},
+        Testing::AgentProcess::Input::kPipe, Testing::ScriptedAgentProgram());
+    agent_->WaitFor(English(1021));
+    const std::wstring label = L"   SSL thumbprint: ";
+    const std::wstring console = agent_->Console();
+    thumbprint_ = console.substr(console.find(label) + label.size(), 59);
+  }
+
+  /// Runs a command of the client with what leads to the agent.
+  Testing::ClientRun Command(std::vector<std::wstring> words, const std::string& input = {},
+                             const std::vector<std::string>& variables = {}) const {
+    for (const std::wstring& word :
+         {std::wstring(L"--host"), std::wstring(L"127.0.0.1"), std::wstring(L"--port"), port_,
+          std::wstring(L"--thumbprint"), thumbprint_}) {
+      words.push_back(word);
+    }
+    return Testing::RunClient(words, input, variables);
+  }
+
+  /// The same with the administrator's name and password.
+  Testing::ClientRun Ask(std::vector<std::wstring> words) const {
+    words.insert(words.end(), {L"--user", kUser});
+    return Command(words, {},
+                   {"HVCTL_PASSWORD=" + WideToUtf8(Testing::kAcceptedPassword),
+                    "HVCTL_SSH_PASSWORD=ssh-secret", "HVCTL_AD_PASSWORD=ad-secret"});
+  }
+
+  Testing::AgentRun Stop() {
+    agent_->Signal(SIGINT);
+    return agent_->Wait();
+  }
+
+ private:
+  Lab::Instance machine_;
+  const std::wstring port_ = FreePort();
+  std::unique_ptr<Testing::AgentProcess> agent_;
+  std::wstring thumbprint_;
+};
+
+}  // namespace Halvard
