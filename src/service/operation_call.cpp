@@ -19,7 +19,7 @@ constexpr wchar_t kUnreadableInput[] =
 
 OperationCall::OperationCall(const wchar_t* name) : name_(name), log_(name_, L"halvard") {}
 
-void OperationCall::Announce(unsigned int message) { PrintLine(GetLocalizedString(message)); }
+void OperationCall::Announce(unsigned int message) const { PrintLine(GetLocalizedString(message)); }
 
 bool OperationCall::IsRefusedInPhase(const wchar_t* property, const wchar_t* value,
                                      unsigned int message) {

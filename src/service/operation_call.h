@@ -29,7 +29,7 @@ class OperationCall {
   LogScope& Log() { return log_; }
 
   /// Prints a message on the console, in the operator's language.
-  static void Announce(unsigned int message);
+  void Announce(unsigned int message) const;
 
   /// As IsRefusedInPhase of guards.h.
   bool IsRefusedInPhase(const wchar_t* property, const wchar_t* value, unsigned int message);
