@@ -86,6 +86,26 @@ TEST_F(Locale, UnsupportedLocaleGetsPhaseRefusalsInEnglish) {
   }
 }
 
+TEST_F(Locale, PhaseRefusalGoesByTheRequestAndCredentialsGoByWhatWasKept) {
+  const auto asksFor = [](const std::wstring& locale) {
+    return Contains(
+        WarningLine(L"LocaleHandler::SetLocale: Client locale: " + locale + L" is not supported."));
+  };
+  SpeakMachineLanguage(kGerman);
+  gProperties[L"PREUPGRADE_CHECKS_STATUS"] = L"NOT_STARTED";
+  EXPECT_THAT(Call(kInvokeExport, GoodRequest("zz")).log, asksFor(L"zz"));
+  Json::Value request = GoodRequest("zz");
+  request["sso_password"] = "wrong";
+  EXPECT_THAT(Call(kPoll, request).log, testing::Not(asksFor(L"zz")));
+  request["sso_password"] = "";
+  EXPECT_THAT(Call(kPoll, request).log, testing::Not(asksFor(L"zz")));
+  EXPECT_THAT(Call(&AsyncServiceInterface::ShutdownHv, GoodRequest("zz")).log,
+              testing::Not(asksFor(L"zz")));
+  EXPECT_THAT(
+      Call(&AsyncServiceInterface::ValidateActiveDirectoryCredentials, GoodRequest("zz")).log,
+      asksFor(L"zz"));
+}
+
 TEST_F(Locale, SecondCallInTheSameLanguageChangesNothing) {
   (void)Call(kPoll, GoodRequest("de"));
   EXPECT_THAT(Call(kPoll, GoodRequest("de")).log,
