@@ -46,6 +46,23 @@ class LayeringTest(unittest.TestCase):
         self.write('src/pion/server.cpp', '#include "krova/messages.h"')
         self.assert_finds('pion/ includes nothing of src/krova/')
 
+    def test_client_libraries_include_what_is_below_them(self):
+        self.write('src/tunrak/http.h')
+        self.write('src/zelmo/types.h', '#include "tunrak/http.h"')
+        self.write('src/quen/folder.h', '#include "zelmo/types.h"')
+        self.write('src/lookup/info.h', '#include "zelmo/types.h"')
+        self.write('src/core/client.h', '#include "quen/folder.h"')
+        self.assertEqual(layering.findings(self.tree), [])
+
+    def test_client_libraries_include_nothing_of_halvard_or_above(self):
+        for library in ('tunrak', 'zelmo', 'quen', 'lookup'):
+            self.write(f'src/{library}/bad.h', '#include "core/text.h"')
+            self.assert_finds(f'{library}/ includes nothing of src/core/')
+            self.write(f'src/{library}/bad.h')
+        self.write('src/zelmo/types.h')
+        self.write('src/tunrak/http.h', '#include "zelmo/types.h"')
+        self.assert_finds('tunrak/ includes nothing of src/zelmo/')
+
     def test_libraries_know_nothing_of_windows(self):
         self.write('src/pion/server.cpp', '#include <winsock2.h>')
         self.assert_finds('pion/ knows nothing of Windows')
