@@ -8,7 +8,7 @@
 #include "core/text.h"
 #include "host/windows_api.h"
 #include "security/directory_credentials.h"
-#include "serverclient/credentials.h"
+#include "serverclient/service_thread.h"
 #include "service/reply.h"
 
 namespace Halvard::MigratorSvc {
@@ -34,7 +34,7 @@ bool KelvaneServerAccepts(const std::wstring& host, const wchar_t* portProperty,
                           const char* tunnelPath, const std::wstring& thumbprint,
                           const Credentials& credentials) {
   const int port = _wtoi(gProperties[portProperty].Value().c_str());
-  return ServerClient::ValidateKvAdminCredentials(
+  return ServerClient::ValidateKvAdminCredentialsOnServiceThread(
       WideToUtf8(host), port, tunnelPath, WideToUtf8(thumbprint), WideToUtf8(credentials.user),
       WideToUtf8(credentials.password));
 }

@@ -13,6 +13,7 @@
 #include "core/text.h"
 #include "krova/core/execution.h"
 #include "machine/string_tables.h"
+#include "serverclient/tunrak_core.h"
 #include "service/async_service.h"
 #include "service/interface_definition.h"
 #include "support/console_capture.h"
@@ -83,6 +84,9 @@ struct CallResult {
 class ServiceTest : public CoreTest {
  protected:
   ServiceTest() {
+    // Once per process, as at start-up.
+    static const bool initialized = (ServerClient::InitTunrakCore(), true);
+    (void)initialized;
     Testing::CheckCalls().clear();
     StartSession();
   }

@@ -15,6 +15,7 @@
 #include "core/startup/winsock_setup.h"
 #include "discovery/installed_products.h"
 #include "host/windows_api.h"
+#include "serverclient/tunrak_core.h"
 
 namespace Halvard {
 namespace {
@@ -100,8 +101,7 @@ StartResult HVInit(int argc, wchar_t* argv[], UserInput& input) {
     return kFailed;
   }
   InitializeProperties();
-  // Not there yet: starting the closed libraries of the Kelvane Server client (InitTunrakCore).
-
+  ServerClient::InitTunrakCore();
   // Proves that Winsock can start and holds nothing afterwards; whoever needs sockets starts it.
   const WSASetup winsock;
   if (!winsock) {

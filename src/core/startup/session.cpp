@@ -8,6 +8,7 @@
 #include "core/messages.h"
 #include "core/property_store.h"
 #include "core/server_lifetime.h"
+#include "core/startup/agent_registration.h"
 #include "core/startup/deployment_size.h"
 #include "core/startup/fatal_error.h"
 #include "core/startup/operator_console.h"
@@ -174,14 +175,14 @@ bool StartSession(Session& session) {
   if (!MakeCertificate(session)) return false;
   // Not there yet: the opening in the firewall.
   if (!StartServer(session)) return false;
-  // Not there yet, for the update manager: the temporary extension of its Kelvane Server.
+  if (!RegisterAgent(session)) return false;
   AnnounceService(session);
   return true;
 }
 
-void ServeUntilStopped() {
+void ServeUntilStopped(const Session& session) {
   JoinServer();
-  // Not there yet, for the update manager: the removal of the temporary extension.
+  UnregisterAgent(session);
   DestroyServer();
 }
 

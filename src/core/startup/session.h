@@ -36,6 +36,6 @@ struct Session {
 bool StartSession(Session& session);
 
 /// Waits until the server has been stopped, and takes back what StartSession left elsewhere.
-void ServeUntilStopped();
+void ServeUntilStopped(const Session& session);
 
 }  // namespace Halvard

@@ -55,6 +55,6 @@ extern "C" int wmain(int argc, wchar_t* argv[]) {
     ConcludeFailure(argc);
     return -1;
   }
-  ServeUntilStopped();
+  ServeUntilStopped(session);
   return 0;
 }

@@ -3,26 +3,8 @@
 // by function, as the real ones come.
 #include "core/logging.h"
 #include "security/service_accounts.h"
-#include "serverclient/credentials.h"
-#include "serverclient/inventory_size.h"
 
 namespace Halvard {
-
-bool ServerClient::ValidateKvAdminCredentials(const std::string&, std::int32_t, const std::string&,
-                                              const std::string&, const std::string&,
-                                              const std::string&) {
-  LogScope log;
-  log.Error(L"ValidateKvAdminCredentials: Refused. This build has no Kelvane Server client.");
-  return false;
-}
-
-bool ServerClient::GetInventorySize(const std::string&, std::int32_t, const std::string&,
-                                    const std::string&, const std::string&, const std::string&,
-                                    std::int32_t&, std::int32_t&) {
-  LogScope log;
-  log.Error(L"GetInventorySize: Refused. This build has no Kelvane Server client.");
-  return false;
-}
 
 bool Security::ValidateServiceAccountCredentials(const std::wstring&, const std::wstring&) {
   LogScope log;

@@ -1,3 +1,6 @@
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
+
 #include "process_test.h"
 #include "support/slapd.h"
 
@@ -12,6 +15,7 @@ using testing::HasSubstr;
 using Testing::InfoLine;
 using testing::Not;
 using Testing::RunAgent;
+using Testing::WarningLine;
 
 constexpr wchar_t kPrompt[] = L"Enter Administrator@ostrel.local password: ";
 
@@ -58,8 +62,18 @@ TEST(Credentials, RightPasswordOfTheDirectoryIsTakenAtTheFirstTry) {
   EXPECT_THAT(run.allOutput, Not(HasSubstr(L"secret")));
 }
 
+/// A port on which nobody listens.
+std::wstring ClosedPort() {
+  boost::asio::io_context service;
+  const boost::asio::ip::tcp::acceptor probe(service, {boost::asio::ip::address_v4::loopback(), 0});
+  return std::to_wstring(probe.local_endpoint().port());
+}
+
 TEST(Credentials, KelvaneServersAdministratorIsAskedForToo) {
-  const Lab::Instance machine("embedded-5.5");
+  Lab::Instance machine("embedded-5.5");
+  const std::wstring port = ClosedPort();
+  machine.SetRegistryString(L"HKEY_LOCAL_MACHINE\\SOFTWARE\\Ostrel, Inc.\\Ostrel Kelvane",
+                            L"HttpsProxyPort", port);
   AgentProcess agent(machine, {});
   for (int i = 0; i < 3; ++i) {
     agent.WaitFor(kPrompt);
@@ -70,12 +84,11 @@ TEST(Credentials, KelvaneServersAdministratorIsAskedForToo) {
   agent.Type(L"\r");
   const AgentRun run = agent.Wait();
   EXPECT_EQ(run.exitCode, kFailureCode);
-  EXPECT_THAT(
-      run.log,
-      Contains(
-          ErrorLine(
-              L"ValidateKvAdminCredentials: Refused. This build has no Kelvane Server client."))
-          .Times(3));
+  EXPECT_THAT(run.log,
+              Contains(WarningLine(L"ValidateKvAdminCredentials: RetrieveContent on localhost:" +
+                                   port + L" failed: Connecting to localhost:" + port +
+                                   L" failed: connection refused."))
+                  .Times(3));
 }
 
 TEST(Credentials, CtrlCAtAPromptIsSwallowed) {

@@ -9,6 +9,7 @@
 #include "security/service_accounts.h"
 #include "serverclient/credentials.h"
 #include "serverclient/inventory_size.h"
+#include "serverclient/temporary_extension.h"
 
 namespace Halvard {
 namespace {
@@ -21,6 +22,12 @@ void Note(const std::string& name, const Arguments&... arguments) {
   ((call << separator << arguments, separator = ", "), ...);
   call << ')';
   Testing::CheckCalls().push_back(call.str());
+}
+
+bool FailsAsPlanned(const wchar_t* operation) {
+  wchar_t planned[64] = {};
+  return GetEnvironmentVariableW(Testing::kExtensionFailureVariable, planned, 64) != 0 &&
+         std::wstring(planned) == operation;
 }
 
 /// What the choice of the system's name and network would have found.
@@ -63,6 +70,27 @@ bool ServerClient::GetInventorySize(const std::string& host, std::int32_t port,
   if (GetEnvironmentVariableW(Testing::kInventoryVariable, inventory, 64) == 0) return false;
   std::wistringstream(inventory) >> hosts >> machines;
   return IsAccepted(Utf8ToWide(password));
+}
+
+bool ServerClient::RegisterUpdateHVExtension(const std::string& host, std::int32_t port,
+                                             const std::string& tunnelPath,
+                                             const std::string& thumbprint, const std::string& user,
+                                             const std::string& password,
+                                             const std::string& agentHost,
+                                             const std::string& agentPort,
+                                             const std::string& agentThumbprint) {
+  Note("RegisterUpdateHVExtension", host, port, tunnelPath, thumbprint, user, agentHost, agentPort,
+       agentThumbprint);
+  return IsAccepted(Utf8ToWide(password)) && !FailsAsPlanned(L"register");
+}
+
+bool ServerClient::UnregisterHVExtension(const std::string& host, std::int32_t port,
+                                         const std::string& tunnelPath,
+                                         const std::string& thumbprint, const std::string& user,
+                                         const std::string& password,
+                                         const std::string& agentHost) {
+  Note("UnregisterHVExtension", host, port, tunnelPath, thumbprint, user, agentHost);
+  return IsAccepted(Utf8ToWide(password)) && !FailsAsPlanned(L"unregister");
 }
 
 bool Security::ValidateLocalSSOCredentials(const std::wstring& user, const std::wstring& password,

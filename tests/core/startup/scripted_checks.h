@@ -16,6 +16,10 @@ std::vector<std::string>& CheckCalls();
 /// the query fails.
 inline constexpr wchar_t kInventoryVariable[] = L"SCRIPTED_INVENTORY";
 
+/// The variable by which a test has the agent's entry in a Kelvane Server fail: "register" or
+/// "unregister".
+inline constexpr wchar_t kExtensionFailureVariable[] = L"SCRIPTED_EXTENSION_FAILURE";
+
 /// The variable by which a test gives the address that migrates. Without it none is known.
 inline constexpr wchar_t kAddressVariable[] = L"SCRIPTED_ADDRESS";
 
