@@ -47,15 +47,10 @@ endif()
 find_package(Threads REQUIRED)
 find_package(Boost 1.81 REQUIRED
              COMPONENTS program_options log iostreams date_time thread filesystem)
-if(WIN32)
-  # The version of Windows is part of the names in Boost.Log: this is the one it was built for, which
-  # the compiler assumes by itself.
-  set_property(TARGET Boost::log APPEND PROPERTY
-               INTERFACE_COMPILE_DEFINITIONS BOOST_USE_WINAPI_VERSION=0x0602)
-endif()
 find_package(OpenSSL 3.0 REQUIRED)
 if(WIN32)
-  # A static libcrypto leaves the system libraries under it to whoever links it.
+  # A static libcrypto leaves the system libraries under it to whoever links it. Asio, which never
+  # comes without OpenSSL here, wants the two of the sockets as well.
   target_link_libraries(OpenSSL::Crypto INTERFACE ws2_32 mswsock crypt32 bcrypt)
 endif()
 find_package(jsoncpp REQUIRED)

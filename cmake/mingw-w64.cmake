@@ -8,5 +8,9 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+# The oldest Windows that the product runs on. Here, so that the libraries agree with what links them:
+# the version is part of names in Boost.Log.
+set(CMAKE_C_FLAGS_INIT -D_WIN32_WINNT=0x0601)
+set(CMAKE_CXX_FLAGS_INIT -D_WIN32_WINNT=0x0601)
 # One file runs anywhere: the compiler's own libraries are linked in as well.
 set(CMAKE_EXE_LINKER_FLAGS_INIT -static)
