@@ -7,6 +7,7 @@ import os
 import re
 import socket
 import ssl
+import subprocess
 import sys
 import unittest
 from pathlib import Path
@@ -233,40 +234,62 @@ class Server(WineTest):
         self.assertIn('I: CtrlHandler: Received ctrl type: 0', self.machine.log())
         self.assert_no_password_in(run.console)
 
+    def request(self) -> bytes:
+        body = json.dumps(self.REQUEST).encode()
+        head = (f'POST /api HTTP/1.1\r\nHost: localhost:{self.port}\r\n'
+                f'Content-Type: application/json\r\nContent-Length: {len(body)}\r\n\r\n')
+        return head.encode() + body
+
     def exchange(self, version: ssl.TLSVersion) -> tuple:
         """One request over one version of TLS. Returns the version, the thumbprint of the
-        certificate, the head of the answer, and its body."""
+        certificate, and the answer."""
         context = ssl.SSLContext(ssl.PROTOCOL_TLS_CLIENT)
         context.check_hostname = False
         context.verify_mode = ssl.CERT_NONE
         context.minimum_version = context.maximum_version = version
-        body = json.dumps(self.REQUEST).encode()
-        head = (f'POST /api HTTP/1.1\r\nHost: localhost:{self.port}\r\n'
-                f'Content-Type: application/json\r\nContent-Length: {len(body)}\r\n\r\n')
         with socket.create_connection((self.host, self.port), 60) as connection:
             with context.wrap_socket(connection) as tls:
-                tls.sendall(head.encode() + body)
+                tls.sendall(self.request())
                 answer = b''
                 while piece := tls.recv(4096):
                     answer += piece
                 digest = hashlib.sha1(tls.getpeercert(binary_form=True)).hexdigest().upper()
                 spoken = tls.version()
-        answer_head, answer_body = answer.split(b'\r\n\r\n', 1)
         pairs = ':'.join(digest[i:i + 2] for i in range(0, len(digest), 2))
-        return spoken, pairs, answer_head.decode(), json.loads(answer_body)
+        return spoken, pairs, answer
+
+    def assert_answer(self, answer: bytes) -> None:
+        head, body = answer.split(b'\r\n\r\n', 1)
+        self.assertTrue(head.startswith(b'HTTP/1.1 200 OK\r\n'), head)
+        self.assertIn(b'Connection: close', head)
+        self.assertIn(b'Content-Length: %d' % len(body), head)
+        answered = json.loads(body)
+        self.assertEqual(answered['id'], '1')
+        self.assertEqual(json.loads(answered['result']['output'])['result'], 'fail')
 
     def test_answers_over_both_versions_of_tls_with_the_shown_certificate(self):
         for version, name in ((ssl.TLSVersion.TLSv1_2, 'TLSv1.2'),
                               (ssl.TLSVersion.TLSv1_3, 'TLSv1.3')):
             with self.subTest(version=name):
-                spoken, thumbprint, head, body = self.exchange(version)
+                spoken, thumbprint, answer = self.exchange(version)
                 self.assertEqual(spoken, name)
                 self.assertEqual(thumbprint, self.thumbprint)
-                self.assertTrue(head.startswith('HTTP/1.1 200 OK\r\n'), head)
-                self.assertIn('Connection: close', head)
-                self.assertEqual(body['id'], '1')
-                reply = json.loads(body['result']['output'])
-                self.assertEqual(reply['result'], 'fail')
+                self.assert_answer(answer)
+        self.stop()
+
+    def test_answers_openssl(self):
+        _, _, expected = self.exchange(ssl.TLSVersion.TLSv1_3)
+        place = f'[{self.host}]' if ':' in self.host else self.host
+        for version in ('-tls1_2', '-tls1_3'):
+            with self.subTest(version=version):
+                # With -quiet it reads on until the server ends the connection.
+                client = subprocess.run(
+                    ['openssl', 's_client', '-connect', f'{place}:{self.port}', version, '-quiet'],
+                    input=self.request(), stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                    timeout=60, check=False)
+                self.assertEqual(client.returncode, 0, client.stderr)
+                self.assertEqual(client.stdout, expected)
+                self.assert_answer(client.stdout)
         self.stop()
 
     def test_answers_its_own_client(self):

@@ -41,9 +41,11 @@ def run_under_wine(prefix: Path, *command: str) -> List[str]:
     return [os.environ['HALVARD_RUN_UNDER_WINE'], str(prefix), *command]
 
 
-def end_wine(prefix: Path, *options: str) -> None:
-    subprocess.run(['/usr/lib/wine/wineserver64', *options], check=False,
-                   env={**os.environ, 'WINEPREFIX': str(prefix)}, stderr=subprocess.DEVNULL)
+def end_wine(prefix: Path) -> None:
+    """Ends whatever runs on a machine, and returns once its registry is in its files."""
+    for option in ('-k', '-w'):
+        subprocess.run(['/usr/lib/wine/wineserver64', option], check=False,
+                       env={**os.environ, 'WINEPREFIX': str(prefix)}, stderr=subprocess.DEVNULL)
 
 
 def make_pristine_machine() -> None:
@@ -51,8 +53,7 @@ def make_pristine_machine() -> None:
     if not (PRISTINE / 'ready').exists():
         subprocess.run(run_under_wine(PRISTINE, 'cmd', '/c', 'exit'), check=True,
                        stdin=subprocess.DEVNULL, env=environment({}))
-    # The registry is in its files once Wine has ended, and not before.
-    end_wine(PRISTINE, '-w')
+    end_wine(PRISTINE)
 
 
 def environment(more: Optional[dict]) -> dict:
@@ -131,9 +132,9 @@ class Machine:
         for process in self._processes:
             process.end()
         if self.prefix.exists():
-            end_wine(self.prefix, '-k')
-            end_wine(self.prefix, '-w')
+            end_wine(self.prefix)
             shutil.rmtree(self.prefix)
+        Path(f'{self.prefix}.lock').unlink(missing_ok=True)
 
     def run(self, *command, variables: Optional[dict] = None) -> Run:
         """Runs a program to its end, without a console to read from."""
