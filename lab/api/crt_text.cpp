@@ -6,6 +6,7 @@
 #include <string>
 
 #include "crt.h"
+#include "machine/call.h"
 
 namespace {
 
@@ -65,6 +66,11 @@ errno_t wcscpy_s(wchar_t* target, std::size_t size, const wchar_t* source) {
   }
   std::wmemcpy(target, source, length + 1);
   return 0;
+}
+
+wchar_t* _wcsdup(const wchar_t* text) {
+  const Lab::Call call("_wcsdup", text);
+  return call.PlannedError() ? nullptr : wcsdup(text);
 }
 
 double _wtof(const wchar_t* text) {

@@ -1,33 +1,15 @@
-// Event objects: flags that one thread sets and others wait for.
+// Making, setting and resetting events.
 #include <memory>
 #include <system_error>
 
 #include "machine/call.h"
 #include "machine/handles.h"
-#include "sync/signal.h"
+#include "sync/event.h"
 #include "windows.h"
 
 namespace {
 
-class Event : public Lab::Object {
- public:
-  Event(bool manualReset, bool initialState) : manualReset_(manualReset), signal_(initialState) {}
-
-  const char* TypeName() const override { return "Event"; }
-  int WaitDescriptor() const override { return signal_.Descriptor(); }
-
-  Acquired TryAcquire() override {
-    const bool taken = manualReset_ ? signal_.IsSet() : signal_.Reset();
-    return taken ? Acquired::kYes : Acquired::kNo;
-  }
-
-  void Set() { signal_.Set(); }
-  void Reset() { signal_.Reset(); }
-
- private:
-  const bool manualReset_;
-  Lab::Signal signal_;
-};
+using Lab::Event;
 
 std::shared_ptr<Event> FindEvent(HANDLE handle) {
   auto event = Lab::Handles().FindAs<Event>(handle);

@@ -24,11 +24,6 @@ std::mutex& TakingSignals() {
   return mutex;
 }
 
-bool IsSignalled(const Lab::Object& object) {
-  pollfd entry = {object.WaitDescriptor(), POLLIN, 0};
-  return poll(&entry, 1, 0) == 1;
-}
-
 /// Takes the first object that is signalled. The others stay as they are.
 std::optional<DWORD> TakeFirst(const Objects& objects) {
   for (DWORD i = 0; i < objects.size(); ++i) {
@@ -47,7 +42,7 @@ std::optional<DWORD> TakeFirst(const Objects& objects) {
 /// Takes all objects if all are signalled, else none.
 std::optional<DWORD> TakeAll(const Objects& objects) {
   for (const auto& object : objects) {
-    if (!IsSignalled(*object)) return std::nullopt;
+    if (!object->IsSignalled()) return std::nullopt;
   }
   for (const auto& object : objects) object->TryAcquire();
   return WAIT_OBJECT_0;
@@ -57,7 +52,7 @@ std::optional<DWORD> TakeAll(const Objects& objects) {
 std::vector<pollfd> Awaited(const Objects& objects, bool all) {
   std::vector<pollfd> entries;
   for (const auto& object : objects) {
-    if (!all || !IsSignalled(*object)) entries.push_back({object->WaitDescriptor(), POLLIN, 0});
+    if (!all || !object->IsSignalled()) entries.push_back({object->WaitDescriptor(), POLLIN, 0});
   }
   return entries;
 }
@@ -80,17 +75,24 @@ DWORD Fail(DWORD error) {
   return WAIT_FAILED;
 }
 
+/// A planned failure. The codes of a wait's own results are answered as such, so that each of them
+/// can be had; any other is the reason of a wait that failed.
+std::optional<DWORD> PlannedResult(const Lab::Call& call) {
+  const std::optional<DWORD>& planned = call.PlannedError();
+  if (!planned) return std::nullopt;
+  const bool isAbandoned =
+      *planned >= WAIT_ABANDONED_0 && *planned < WAIT_ABANDONED_0 + MAXIMUM_WAIT_OBJECTS;
+  if (isAbandoned || *planned == WAIT_IO_COMPLETION || *planned == WAIT_TIMEOUT) return planned;
+  return Fail(*planned);
+}
+
 bool HasDuplicates(const HANDLE* handles, DWORD count) {
   std::vector<HANDLE> sorted(handles, handles + count);
   std::sort(sorted.begin(), sorted.end());
   return std::adjacent_find(sorted.begin(), sorted.end()) != sorted.end();
 }
 
-}  // namespace
-
-DWORD WaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL all, DWORD milliseconds) {
-  const Lab::Call call("WaitForMultipleObjects");
-  if (call.FailsByPlan()) return WAIT_FAILED;
+DWORD WaitForHandles(DWORD count, const HANDLE* handles, BOOL all, DWORD milliseconds) {
   if (count == 0 || count > MAXIMUM_WAIT_OBJECTS) return Fail(ERROR_INVALID_PARAMETER);
   LAB_SUPPORTS(handles != nullptr);
   if (all != FALSE && HasDuplicates(handles, count)) return Fail(ERROR_INVALID_PARAMETER);
@@ -103,9 +105,24 @@ DWORD WaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL all, DWORD
   return Wait(objects, all != FALSE, milliseconds);
 }
 
+}  // namespace
+
+DWORD WaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL all, DWORD milliseconds) {
+  const Lab::Call call("WaitForMultipleObjects");
+  if (const auto planned = PlannedResult(call)) return *planned;
+  return WaitForHandles(count, handles, all, milliseconds);
+}
+
+DWORD WaitForMultipleObjectsEx(DWORD count, const HANDLE* handles, BOOL all, DWORD milliseconds,
+                               BOOL /*alertable*/) {
+  const Lab::Call call("WaitForMultipleObjectsEx");
+  if (const auto planned = PlannedResult(call)) return *planned;
+  return WaitForHandles(count, handles, all, milliseconds);
+}
+
 DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds) {
   const Lab::Call call("WaitForSingleObject");
-  if (call.FailsByPlan()) return WAIT_FAILED;
+  if (const auto planned = PlannedResult(call)) return *planned;
   const std::shared_ptr<Lab::Object> object = Lab::Handles().Find(handle);
   if (object == nullptr) return Fail(ERROR_INVALID_HANDLE);
   LAB_SUPPORTS(object->WaitDescriptor() >= 0);

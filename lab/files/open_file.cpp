@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "files/attributes.h"
+#include "files/folder_watch.h"
 #include "files/host_errors.h"
 #include "winerror.h"
 
@@ -173,13 +174,22 @@ OpenFile::OpenFile(int descriptor, fs::path place, const Request& request)
 }
 
 OpenFile::~OpenFile() {
+  if (watch_ != nullptr) watch_->Cancel();
   if (descriptor_ < 0) return;
   if (deletesOnClose_) FilesToDelete::Instance().Remove(descriptor_);
   DeleteIfLast();
   close(descriptor_);
 }
 
+bool OpenFile::IsFolder() const { return S_ISDIR(StatusOf(descriptor_).st_mode); }
+
 int OpenFile::Release() { return std::exchange(descriptor_, -1); }
+
+std::shared_ptr<FolderWatch> OpenFile::Watch() {
+  const std::lock_guard lock(watchMutex_);
+  if (watch_ == nullptr) watch_ = std::make_shared<FolderWatch>(descriptor_);
+  return watch_;
+}
 
 void OpenFile::AddMapping() {
   const std::lock_guard lock(mappingMutex_);

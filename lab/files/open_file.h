@@ -12,6 +12,8 @@
 
 namespace Lab {
 
+class FolderWatch;
+
 class OpenFile : public Object {
  public:
   struct Request {
@@ -38,11 +40,16 @@ class OpenFile : public Object {
   const char* TypeName() const override { return "File"; }
 
   int Descriptor() const { return descriptor_; }
+  bool IsFolder() const;
   bool Reads() const { return (access_ & FILE_SHARE_READ) != 0; }
   bool Writes() const { return (access_ & FILE_SHARE_WRITE) != 0; }
 
   /// Gives the descriptor away: its marks hold until the new owner closes it.
   int Release();
+
+  /// \return What watches the open folder, made at the first use.
+  /// \throw std::system_error when the host watches no more folders.
+  std::shared_ptr<FolderWatch> Watch();
 
   /// Counts the mappings of the file, so that others learn of the first and the last.
   void AddMapping();
@@ -57,6 +64,8 @@ class OpenFile : public Object {
   const bool deletesOnClose_;
   std::mutex mappingMutex_;
   int mappings_ = 0;
+  std::mutex watchMutex_;
+  std::shared_ptr<FolderWatch> watch_;
 };
 
 struct OpenFile::Result {

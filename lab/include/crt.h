@@ -21,6 +21,9 @@ int _vsnwprintf_s(wchar_t* buffer, std::size_t size, std::size_t count, const wc
 int _snwprintf_s(wchar_t* buffer, std::size_t size, std::size_t count, const wchar_t* format, ...);
 errno_t wcscpy_s(wchar_t* target, std::size_t size, const wchar_t* source);
 
+/// \return A copy for free(); null without memory, which the lab can plan.
+wchar_t* _wcsdup(const wchar_t* text);
+
 double _wtof(const wchar_t* text);
 int _wtoi(const wchar_t* text);
 int _wcsicmp(const wchar_t* left, const wchar_t* right);

@@ -1,4 +1,4 @@
-// What the system's oldest header holds of files and logons.
+// What the system's oldest header holds of files, processes and logons.
 #pragma once
 
 #include <fileapi.h>
@@ -7,9 +7,25 @@
 #define LOGON32_PROVIDER_DEFAULT 0u
 #define LOGON32_LOGON_NETWORK 3u
 
+#define CREATE_SUSPENDED 0x00000004u
+#define CREATE_NEW_CONSOLE 0x00000010u
+#define CREATE_UNICODE_ENVIRONMENT 0x00000400u
+#define CREATE_BREAKAWAY_FROM_JOB 0x01000000u
+#define STARTF_USESHOWWINDOW 0x00000001u
+
+#define STILL_ACTIVE 259u
+
 #define SYMBOLIC_LINK_FLAG_DIRECTORY 0x1u
 
 BOOL WINAPI CopyFileW(LPCWSTR source, LPCWSTR target, BOOL failIfExists);
 BOOLEAN WINAPI CreateSymbolicLinkW(LPCWSTR link, LPCWSTR target, DWORD flags);
 BOOL WINAPI LogonUserW(LPCWSTR user, LPCWSTR domain, LPCWSTR password, DWORD logonType,
                        DWORD provider, PHANDLE token);
+
+using LPOVERLAPPED_COMPLETION_ROUTINE = void (*)(DWORD error, DWORD bytes, LPOVERLAPPED overlapped);
+
+/// Changes of the entries of a folder, as the host reports them. The folder is open for listing and
+/// overlapped, \p overlapped has an event that nothing else sets, and there is no routine.
+BOOL WINAPI ReadDirectoryChangesW(HANDLE folder, LPVOID buffer, DWORD size, BOOL subtree,
+                                  DWORD filter, LPDWORD bytes, LPOVERLAPPED overlapped,
+                                  LPOVERLAPPED_COMPLETION_ROUTINE routine);

@@ -12,6 +12,8 @@
 #include <errhandlingapi.h>
 #include <fileapi.h>
 #include <handleapi.h>
+#include <ioapiset.h>
+#include <jobapi2.h>
 #include <libloaderapi.h>
 #include <memoryapi.h>
 #include <processenv.h>

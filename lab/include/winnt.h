@@ -41,6 +41,27 @@ using LANGID = std::uint16_t;
 #define FILE_SHARE_WRITE 0x00000002u
 #define FILE_SHARE_DELETE 0x00000004u
 
+#define FILE_NOTIFY_CHANGE_FILE_NAME 0x00000001u
+#define FILE_NOTIFY_CHANGE_LAST_WRITE 0x00000010u
+
+#define FILE_ACTION_ADDED 0x00000001u
+#define FILE_ACTION_REMOVED 0x00000002u
+#define FILE_ACTION_MODIFIED 0x00000003u
+#define FILE_ACTION_RENAMED_OLD_NAME 0x00000004u
+#define FILE_ACTION_RENAMED_NEW_NAME 0x00000005u
+
+/// A change of an entry of a watched folder. The name goes on behind the end of the structure and
+/// has no terminator; its length is in bytes.
+struct FILE_NOTIFY_INFORMATION {
+  std::uint32_t NextEntryOffset;
+  std::uint32_t Action;
+  std::uint32_t FileNameLength;
+  WCHAR FileName[1];
+};
+
+#define TOKEN_QUERY 0x0008u
+#define SYNCHRONIZE 0x00100000u
+
 #define FILE_ATTRIBUTE_READONLY 0x00000001u
 #define FILE_ATTRIBUTE_HIDDEN 0x00000002u
 #define FILE_ATTRIBUTE_SYSTEM 0x00000004u

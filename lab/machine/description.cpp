@@ -41,6 +41,9 @@ void ReadProgram(const Json::Value& program, Description& description) {
 
 void ReadEnvironment(const Json::Value& environment, Description& description) {
   AddVariables(environment["system"], description.systemVariables);
+  for (const char* part : {"system", "user"}) {
+    AddVariables(environment[part], description.userVariables);
+  }
   for (const char* part : {"system", "user", "process"}) {
     AddVariables(environment[part], description.processVariables);
   }
@@ -138,6 +141,9 @@ Description ParseDescription(const Json::Value& document, const std::filesystem:
   description.domain = ReadDomain(document["domain"]);
   ReadProgram(document["program"], description);
   ReadEnvironment(document["environment"], description);
+  for (const std::string& name : document["programs"].getMemberNames()) {
+    description.programs[ToWide(name)] = document["programs"][name].asString();
+  }
   for (const std::string& name : document["knownFolders"].getMemberNames()) {
     description.knownFolders[name] = Wide(document["knownFolders"][name]);
   }

@@ -64,6 +64,12 @@ struct Description {
   Variables systemVariables;
   Variables processVariables;  ///< The agent's environment: system, user and its own, merged.
 
+  /// The environment that the user has by default: system and user, without the agent's own.
+  Variables userVariables;
+
+  /// Programs of the host that run in place of program files with these names.
+  std::map<std::wstring, std::string, LessNoCase> programs;
+
   std::map<std::string, std::wstring> knownFolders;  ///< By name: "LocalAppData", "Desktop".
   std::vector<Product> products;
 

@@ -1,5 +1,7 @@
 #include "machine/handles.h"
 
+#include <poll.h>
+
 #include <utility>
 
 namespace Lab {
@@ -8,6 +10,11 @@ namespace {
 constexpr std::uintptr_t kStep = 4;
 
 }  // namespace
+
+bool Object::IsSignalled() const {
+  pollfd entry = {WaitDescriptor(), POLLIN, 0};
+  return poll(&entry, 1, 0) == 1;
+}
 
 HANDLE HandleTable::Add(std::shared_ptr<Object> object) {
   const std::lock_guard lock(mutex_);

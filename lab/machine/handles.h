@@ -31,6 +31,9 @@ class Object {
   ///         that can't be waited for. It belongs to the object.
   virtual int WaitDescriptor() const { return -1; }
 
+  /// \return True when a wait for the object alone would end at once. Takes nothing.
+  virtual bool IsSignalled() const;
+
   enum class Acquired { kNo, kYes, kAbandoned };
 
   /// Takes the signal if there is one, and does to the object what a finished wait does to it (an

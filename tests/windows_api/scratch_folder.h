@@ -51,6 +51,8 @@ constexpr unsigned kSpoiled = 0xBAD;
 std::wstring ParentOfScratchFolders();
 void MakeFolderAt(const std::wstring& path);
 void SetReadOnly(const std::wstring& path, bool readOnly);
+/// Gives a file another name, in place of another file if there is one.
+void RenameAt(const std::wstring& path, const std::wstring& newPath);
 /// Removes the folder with all in it.
 void RemoveTree(const std::wstring& path);
 

@@ -19,6 +19,10 @@ void SetReadOnly(const std::wstring& path, bool readOnly) {
                   readOnly ? fs::perm_options::remove : fs::perm_options::add);
 }
 
+void RenameAt(const std::wstring& path, const std::wstring& newPath) {
+  fs::rename(Lab::HostPath(path), Lab::HostPath(newPath));
+}
+
 void RemoveTree(const std::wstring& path) { fs::remove_all(Lab::HostPath(path)); }
 
 }  // namespace WindowsApi

@@ -17,6 +17,10 @@ void SetReadOnly(const std::wstring& path, bool readOnly) {
   SetFileAttributesW(path.c_str(), readOnly ? FILE_ATTRIBUTE_READONLY : FILE_ATTRIBUTE_NORMAL);
 }
 
+void RenameAt(const std::wstring& path, const std::wstring& newPath) {
+  MoveFileExW(path.c_str(), newPath.c_str(), MOVEFILE_REPLACE_EXISTING);
+}
+
 void RemoveTree(const std::wstring& path) {
   const std::wstring list = path + std::wstring(2, L'\0');
   SHFILEOPSTRUCTW operation = {};

@@ -1,7 +1,10 @@
 // The native side of the conformance tests: every test gets a fresh machine of the lab.
+#include <signal.h>
+
 #include <memory>
 
 #include "machine/text.h"
+#include "started_process.h"
 #include "support.h"
 #include "support/lab_instance.h"
 
@@ -33,4 +36,21 @@ void WindowsApi::InstallProduct(const std::wstring& productCode, const std::wstr
   product["upgradeCode"] = Lab::ToUtf8(upgradeCode);
   product["properties"]["VersionString"] = Lab::ToUtf8(version);
   gInstance->Set("/products/" + Lab::ToUtf8(productCode), product);
+}
+
+std::wstring WindowsApi::ChildProgram() {
+  const std::wstring path = L"C:\\Program Files\\Conformance child\\conformance_child.exe";
+  gInstance->WriteFile(path, "");
+  gInstance->Set("/programs/conformance_child.exe", CONFORMANCE_CHILD);
+  return path;
+}
+
+bool WindowsApi::ProcessRuns(unsigned long processId) {
+  return kill(static_cast<pid_t>(processId), 0) == 0;
+}
+
+bool WindowsApi::RunsAfterAMoment(unsigned long processId) { return ProcessRuns(processId); }
+
+void WindowsApi::EndProcess(unsigned long processId) {
+  kill(static_cast<pid_t>(processId), SIGKILL);
 }

@@ -1,6 +1,8 @@
 // The Windows side of the conformance tests.
 #include <array>
 
+#include "host/unique_resource.h"
+#include "started_process.h"
 #include "support.h"
 
 namespace {
@@ -39,4 +41,26 @@ void WindowsApi::InstallProduct(const std::wstring& productCode, const std::wstr
   SetText(installer + L"UserData\\S-1-5-18\\Products\\" + product + L"\\InstallProperties",
           L"WindowsInstaller", L"1");
   SetText(L"SOFTWARE\\Classes\\Installer\\Products\\" + product, L"ProductName", L"Conformance");
+}
+
+std::wstring WindowsApi::ChildProgram() {
+  wchar_t path[MAX_PATH] = {};
+  GetModuleFileNameW(nullptr, path, MAX_PATH);
+  const std::wstring own = path;
+  return own.substr(0, own.rfind(L'\\') + 1) + L"conformance child\\conformance_child.exe";
+}
+
+bool WindowsApi::ProcessRuns(unsigned long processId) {
+  const Halvard::Host::UniqueHandle process(OpenProcess(SYNCHRONIZE, FALSE, processId));
+  return process && WaitForSingleObject(process.Get(), 0) == WAIT_TIMEOUT;
+}
+
+bool WindowsApi::RunsAfterAMoment(unsigned long processId) {
+  const Halvard::Host::UniqueHandle process(OpenProcess(SYNCHRONIZE, FALSE, processId));
+  return process && WaitForSingleObject(process.Get(), 10'000) == WAIT_TIMEOUT;
+}
+
+void WindowsApi::EndProcess(unsigned long processId) {
+  const Halvard::Host::UniqueHandle process(OpenProcess(PROCESS_TERMINATE, FALSE, processId));
+  TerminateProcess(process.Get(), 1);
 }
