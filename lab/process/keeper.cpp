@@ -115,7 +115,8 @@ void Keeper::Serve() {
     if (watched[0].revents != 0 && !ServeRequest()) break;
   }
   // Who was never resumed can't be by anybody now. All others go on, as on Windows.
-  if (go_ >= 0) kill(child_, SIGKILL);
+  if (go_ >= 0) Terminate(1);
+  if (forcedExitCode_ && !ended_) waitpid(child_, nullptr, 0);
 }
 
 bool Keeper::ServeRequest() {

@@ -17,7 +17,8 @@ struct FreeText {
   void operator()(wchar_t* text) const { std::free(text); }
 };
 
-bool StillRuns(HANDLE processOrJob) { return WaitForSingleObject(processOrJob, 0) == WAIT_TIMEOUT; }
+/// \return False only when the end is certain: what a failed wait leaves open is to be ended too.
+bool MayRun(HANDLE processOrJob) { return WaitForSingleObject(processOrJob, 0) != WAIT_OBJECT_0; }
 
 /// One child from its command line to the clean-up, which the destructor does on all paths.
 class Launch {
@@ -173,7 +174,7 @@ bool Launch::Run(const wchar_t* commandLine, const wchar_t* statusFilePath,
 
 void Launch::EndProcess() {
   if (!process_) return;
-  if (StillRuns(process_.Get())) {
+  if (MayRun(process_.Get())) {
     log_.Error(L"LaunchProcAndMonitorStatus: Process still alive, terminating");
     (void)TerminateProcess(process_.Get(), kTerminatedExitCode);
   }
@@ -184,7 +185,7 @@ void Launch::EndJob() {
   if (!job_) return;
   // A job without limits is never signalled, so this always finds it alive. Terminating it is what
   // removes the processes that the child has left behind; the warning comes with every run.
-  if (StillRuns(job_.Get())) {
+  if (MayRun(job_.Get())) {
     log_.Warn(L"LaunchProcAndMonitorStatus: Job still alive, terminating");
     (void)TerminateJobObject(job_.Get(), kTerminatedExitCode);
   }

@@ -1,0 +1,45 @@
+#include "runner_test.h"
+
+#include <fstream>
+#include <iterator>
+#include <regex>
+
+#include "machine/handles.h"
+
+namespace Halvard::Runner {
+namespace {
+
+std::string ReadHostFile(const char* path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+}  // namespace
+
+RunnerTest::RunnerTest() : handlesBefore_(Lab::Handles().OpenTypes()) {
+  for (const auto& [name, value] : gProperties.Snapshot()) gProperties[name] = L"";
+  gPrivateProperties.clear();
+  machine_.WriteFile(kProgramFolder + L"python.exe", "");
+  machine_.WriteFile(kProgramFolder + L"child.py", ReadHostFile(RUNNER_CHILD));
+}
+
+std::wstring RunnerTest::ChildLine(const std::wstring& orders) {
+  return L"\"" + kProgramFolder + L"python.exe\" \"" + kProgramFolder + L"child.py\" " + orders;
+}
+
+std::vector<Testing::LogLine> RunnerTest::LogWithoutIds() {
+  std::vector<Testing::LogLine> lines = Testing::OwnLog();
+  for (Testing::LogLine& line : lines) {
+    line.message =
+        std::regex_replace(line.message, std::wregex(L"pid \\d+ tid \\d+"), L"pid N tid N");
+  }
+  return lines;
+}
+
+std::vector<std::string> RunnerTest::NewHandles() const {
+  std::vector<std::string> types = Lab::Handles().OpenTypes();
+  types.erase(types.begin(), types.begin() + static_cast<std::ptrdiff_t>(handlesBefore_.size()));
+  return types;
+}
+
+}  // namespace Halvard::Runner

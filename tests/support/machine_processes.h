@@ -1,0 +1,17 @@
+// The processes that run on behalf of a lab machine.
+#pragma once
+
+#include <sys/types.h>
+
+#include <vector>
+
+#include "support/lab_instance.h"
+
+namespace Lab {
+
+/// \return Ids of all processes of the host that were started on this machine, whatever session or
+///         parent they have now. They are told by HALVARD_LAB in their environment; this process
+///         isn't one of them.
+std::vector<pid_t> ProcessesOf(const Instance& machine);
+
+}  // namespace Lab
