@@ -45,6 +45,10 @@ DWORD WINAPI ResumeThread(HANDLE thread);
 BOOL WINAPI TerminateProcess(HANDLE process, UINT exitCode);
 BOOL WINAPI GetExitCodeProcess(HANDLE process, LPDWORD exitCode);
 
+/// A handle to wait for the end of a thread of this process.
+HANDLE WINAPI OpenThread(DWORD access, BOOL inherit, DWORD threadId);
+DWORD WINAPI GetCurrentThreadId();
+
 HANDLE WINAPI GetCurrentProcess();
 BOOL WINAPI OpenProcessToken(HANDLE process, DWORD access, PHANDLE token);
 

@@ -1,6 +1,8 @@
 // What the system's oldest header holds of files, processes and logons.
 #pragma once
 
+#include <cstdarg>
+
 #include <fileapi.h>
 #include <winnt.h>
 
@@ -14,6 +16,9 @@
 #define STARTF_USESHOWWINDOW 0x00000001u
 
 #define STILL_ACTIVE 259u
+
+#define FORMAT_MESSAGE_IGNORE_INSERTS 0x00000200u
+#define FORMAT_MESSAGE_FROM_SYSTEM 0x00001000u
 
 #define SYMBOLIC_LINK_FLAG_DIRECTORY 0x1u
 
@@ -29,3 +34,7 @@ using LPOVERLAPPED_COMPLETION_ROUTINE = void (*)(DWORD error, DWORD bytes, LPOVE
 BOOL WINAPI ReadDirectoryChangesW(HANDLE folder, LPVOID buffer, DWORD size, BOOL subtree,
                                   DWORD filter, LPDWORD bytes, LPOVERLAPPED overlapped,
                                   LPOVERLAPPED_COMPLETION_ROUTINE routine);
+
+/// The system's English text for an error code, with a line end; 0 and 317 for one without.
+DWORD WINAPI FormatMessageW(DWORD flags, LPCVOID source, DWORD code, DWORD language, LPWSTR buffer,
+                            DWORD size, va_list* arguments);

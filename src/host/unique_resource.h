@@ -55,6 +55,14 @@ struct HandleTraits {
 };
 using UniqueHandle = UniqueResource<HandleTraits>;
 
+/// Snapshots of threads or modules.
+struct SnapshotTraits {
+  using Type = HANDLE;
+  static Type Invalid() { return INVALID_HANDLE_VALUE; }
+  static void Release(Type snapshot) { CloseHandle(snapshot); }
+};
+using UniqueSnapshot = UniqueResource<SnapshotTraits>;
+
 /// Walks through the entries of a folder.
 struct FindTraits {
   using Type = HANDLE;

@@ -130,22 +130,21 @@ TEST_F(FolderChanges, NeitherDoesWhatLiesDeeper) {
 }
 
 TEST_F(FolderChanges, AreKeptBetweenTwoRequests) {
+  const std::wstring one = scratch_.Write(L"one");
+  const std::wstring two = scratch_.Write(L"two");
   ASSERT_TRUE(Request());
-  scratch_.Write(L"one", "");
-  EXPECT_THAT(Take(1), ElementsAre(Pair(kAdded, L"one")));
-  // Take has asked again; end that request too, so that none is open.
-  scratch_.Write(L"two", "");
+  EXPECT_TRUE(DeleteFileW(one.c_str()));
   ASSERT_EQ(WaitForSingleObject(event_.Get(), kPatience), WAIT_OBJECT_0);
-  scratch_.Write(L"three", "");
+  EXPECT_TRUE(DeleteFileW(two.c_str()));
   ASSERT_TRUE(Request());
-  std::vector<Change> changes = Take(1);
-  EXPECT_THAT(changes, testing::Contains(Pair(kAdded, L"three")));
+  EXPECT_THAT(Take(1), ElementsAre(Pair(kRemoved, L"two")));
 }
 
 TEST_F(FolderChanges, EachRequestResetsTheEvent) {
+  const std::wstring file = scratch_.Write(L"old.txt");
   ASSERT_TRUE(Request());
-  scratch_.Write(L"one", "");
-  EXPECT_THAT(Take(1), ElementsAre(Pair(kAdded, L"one")));
+  EXPECT_TRUE(DeleteFileW(file.c_str()));
+  EXPECT_THAT(Take(1), ElementsAre(Pair(kRemoved, L"old.txt")));
   EXPECT_FALSE(IsSet());
 }
 
@@ -184,19 +183,23 @@ TEST_F(FolderChanges, MoreThanTheBufferHoldsEndTheRequestWithoutBytes) {
   EXPECT_FALSE(IsSet());
 }
 
-TEST_F(FolderChanges, NeedAFolderAFilterAndAHandle) {
+TEST_F(FolderChanges, NeedAFilterAndAHandle) {
   SpoilLastError();
   EXPECT_FALSE(Request(65536, 0));
   EXPECT_EQ(LastError(), 87u);
-  folder_ = OpenFolder(scratch_.Write(L"file"));
-  SpoilLastError();
-  EXPECT_FALSE(Request());
-  EXPECT_EQ(LastError(), 87u);
-  folder_.Reset();
   SpoilLastError();
   EXPECT_FALSE(ReadDirectoryChangesW(nullptr, buffer_, 65536, FALSE, kFilter, nullptr, &overlapped_,
                                      nullptr));
   EXPECT_EQ(LastError(), 6u);
+}
+
+TEST_F(FolderChanges, OfAFileCantBeHad) {
+  SKIP_ON_WINE("Wine 8 answers 6 for a file that is open for listing");
+  folder_ = OpenFolder(scratch_.Write(L"file"));
+  ASSERT_TRUE(folder_);
+  SpoilLastError();
+  EXPECT_FALSE(Request());
+  EXPECT_EQ(LastError(), 87u);
 }
 
 }  // namespace
