@@ -1,0 +1,68 @@
+#include "runner/answer_file.h"
+
+#include <json/writer.h>
+
+#include <string>
+
+#include "core/json_files.h"
+#include "core/logging.h"
+#include "core/temp_directory.h"
+#include "core/text.h"
+#include "host/windows_api.h"
+
+namespace Halvard::Runner {
+namespace {
+
+/// \return A member's text; empty when there is none, or when what there is can't be a text. The
+///         runner may write anything.
+std::wstring TextOf(const Json::Value& object, const char* member) {
+  if (!object.isObject()) return {};
+  const Json::Value& value = object[member];
+  return value.isConvertibleTo(Json::stringValue) ? Utf8ToWide(value.asString()) : std::wstring();
+}
+
+/// \param replyFile  A full path, a file's name, or nothing.
+std::wstring AnswerPath(const std::wstring& directory, const std::wstring& replyFile,
+                        const std::wstring& questionId) {
+  if (replyFile.empty()) return directory + questionId + L".json";
+  const bool isPath = replyFile.find(L'\\') != std::wstring::npos;
+  return isPath ? replyFile : directory + replyFile;
+}
+
+}  // namespace
+
+bool CreateReplyFile(const Json::Value& answer) {
+  LogScope log;
+  Json::Value reply(Json::objectValue);
+  reply["answer"] = answer;
+  const std::wstring directory = GetTempDirectory();
+  const std::wstring outputPath = directory + L"UpgradeRunnerExportOutput.json";
+  Json::Value output;
+  if (!LoadJsonFromFile(outputPath, output, FILE_ATTRIBUTE_NORMAL)) {
+    log.Error(L"CreateReplyFile: Failed to read the json file at [%s].", outputPath.c_str());
+    return false;
+  }
+  const Json::Value question = output.isObject() ? output["question"] : Json::Value();
+  const std::wstring id = TextOf(question, "id");
+  if (id.empty()) {
+    log.Error(L"CreateReplyFile: Question id is empty in [%s] file.", outputPath.c_str());
+    return false;
+  }
+  log.Info(L"CreateReplyFile: Question id: [%s]", id.c_str());
+  log.Info(L"CreateReplyFile: Answer is: [%s]",
+           Utf8ToWide(Json::StyledWriter().write(answer)).c_str());
+  reply["reply_to"] = WideToUtf8(id);
+  const std::wstring path = AnswerPath(directory, TextOf(question, "reply_file"), id);
+  log.Info(L"CreateReplyFile: Answer file will be created at [%s].", path.c_str());
+  SECURITY_ATTRIBUTES defaultSecurity = {sizeof(SECURITY_ATTRIBUTES), nullptr, FALSE};
+  if (!SaveJsonToFile(path, reply, &defaultSecurity)) {
+    const DWORD error = GetLastError();
+    log.Error(L"CreateReplyFile: Failed to create answer file [%s], Error: [%i].", path.c_str(),
+              error);
+    return false;
+  }
+  log.Info(L"CreateReplyFile: Successfully created answer file [%s].", path.c_str());
+  return true;
+}
+
+}  // namespace Halvard::Runner
