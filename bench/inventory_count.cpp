@@ -19,6 +19,7 @@
 #include "serverclient/tunrak_core.h"
 #include "support/kelvane_server.h"
 #include "support/lab_instance.h"
+#include "table.h"
 
 namespace {
 
@@ -60,6 +61,11 @@ std::uint64_t WireBytes(const Lab::KelvaneServer& server) {
   return ends[0]["bytesReceived"].asUInt64() + ends[0]["bytesSent"].asUInt64();
 }
 
+void Row(const std::string& what, const std::string& value) {
+  std::printf("  %-44s %14s\n", what.c_str(), value.c_str());
+  Bench::AddRow("kelvane client", what, value, "");
+}
+
 bool CountInventory() {
   Json::Value config;
   config["users"][0]["name"] = kUser;
@@ -85,11 +91,11 @@ bool CountInventory() {
   server.Stop();
   std::printf("count of %d hosts and %d machines: %s, nothing refused: %s\n", hosts, machines,
               counted ? "done" : "FAILED", server.Refusals().empty() ? "yes" : "NO");
-  std::printf("  %-44s %10.3f s\n", "processor time of the client", used.count());
-  std::printf("  %-44s %10.3f s\n", "time from start to end", wall.count());
-  std::printf("  %-44s %10ld KiB\n", "peak of memory above the start", peak);
-  std::printf("  %-44s %10.1f MB\n", "on the wire, both ways, TLS included",
-              static_cast<double>(bytes) / 1e6);
+  Row("processor time of the client", Bench::Text("%.3f s", used.count()));
+  Row("time from start to end", Bench::Text("%.3f s", wall.count()));
+  Row("peak of memory above the start", Bench::Text("%ld KiB", peak));
+  Row("on the wire, both ways, TLS included",
+      Bench::Text("%.1f MB", static_cast<double>(bytes) / 1e6));
   return counted && server.Refusals().empty();
 }
 
@@ -148,8 +154,9 @@ bool Repeat(const char* what, int who, const Login& login) {
     }
   }
   const Seconds wall = std::chrono::steady_clock::now() - begin;
-  std::printf("  %-44s %10.2f ms, %.2f ms on the processor\n", what, wall.count() * 1e3 / kLogins,
-              (CpuTime(who) - cpu).count() * 1e3 / kLogins);
+  Row(std::string("content, login, logout: ") + what,
+      Bench::Text("%.2f ms, %.2f ms on the processor", wall.count() * 1e3 / kLogins,
+                  (CpuTime(who) - cpu).count() * 1e3 / kLogins));
   return true;
 }
 

@@ -212,7 +212,7 @@ int main(int argc, char** argv) {
   std::thread([] {}).join();
   RegisterAll();
   benchmark::Initialize(&argc, argv);
-  Bench::RatioReporter reporter("krova");
+  Bench::RatioReporter reporter("krova json", "krova");
   benchmark::RunSpecifiedBenchmarks(&reporter);
   return 0;
 }

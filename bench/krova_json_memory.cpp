@@ -13,6 +13,7 @@
 #include <string>
 
 #include "krova/protocol/json/request_deserializer.h"
+#include "table.h"
 #include "text_source.h"
 
 namespace {
@@ -90,7 +91,10 @@ void Measure(const char* name, std::string& text) {
   Ignorer ignorer;
   std::shared_ptr<const Krova::Data::ErrorValue> error;
   Krova::Protocol::Json::JsonApiRequestDeserializer().Deserialize(source, ignorer, error);
-  std::printf("%-22s %6.1f\n", name, (PeakBytes() - before) / static_cast<double>(text.size()));
+  const double sizes = (PeakBytes() - before) / static_cast<double>(text.size());
+  std::printf("%-22s %6.1f\n", name, sizes);
+  Bench::AddRow("krova json memory", std::string(name) + ": peak, in sizes of the text",
+                Bench::Text("%.1f", sizes), "");
   std::fflush(stdout);
 }
 

@@ -9,13 +9,18 @@
 #include <utility>
 #include <vector>
 
+#include "table.h"
+
 namespace Bench {
 
-/// Prints each run as usual, and at the end how many times as long each other one took as ours.
+/// Prints each run as usual, and at the end how many times as long each other one took as ours;
+/// that also goes into the table of all benchmarks.
 class RatioReporter : public benchmark::ConsoleReporter {
  public:
   /// \param ours  The last part of the names of what the others are compared with.
-  explicit RatioReporter(std::string ours) : ours_(std::move(ours)) {}
+  /// \param benchmark  What the rows of the table are under.
+  RatioReporter(std::string benchmark, std::string ours)
+      : benchmark_(std::move(benchmark)), ours_(std::move(ours)) {}
 
   void ReportRuns(const std::vector<Run>& runs) override {
     ConsoleReporter::ReportRuns(runs);
@@ -49,13 +54,17 @@ class RatioReporter : public benchmark::ConsoleReporter {
       if (name == ours_) own = time;
     }
     if (own == 0) return;
-    std::printf("  %-20s", group.c_str());
+    std::string others;
     for (const auto& [name, time] : times) {
-      if (name != ours_) std::printf("  %s %.2f", name.c_str(), time / own);
+      if (name == ours_) continue;
+      if (!others.empty()) others += ", ";
+      others += name + Text(" %.2f times", time / own);
     }
-    std::printf("\n");
+    std::printf("  %-20s  %s\n", group.c_str(), others.c_str());
+    AddRow(benchmark_, group + ": processor time", Text("%.3f us", own / 1e3), others);
   }
 
+  std::string benchmark_;
   std::string ours_;
   std::vector<std::string> groups_;
   std::map<std::string, Times> times_;

@@ -1,13 +1,9 @@
-// The API's HTTPS server alone, over a provider that echoes: https_server PEM PORT. Serves on one
-// I/O thread with the agent's TLS settings until its standard input ends, and prints the port.
-#include <openssl/ssl.h>
-
+// The API's HTTPS server alone, over a provider that echoes: https_agent_server PEM. Prints its
+// port, and serves on one I/O thread with the agent's TLS settings until its standard input ends.
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/log/core.hpp>
 #include <boost/log/expressions.hpp>
 #include <boost/log/trivial.hpp>
-#include <cstdint>
-#include <cstdlib>
 #include <exception>
 #include <iostream>
 #include <memory>
@@ -16,33 +12,34 @@
 #include "krova/transport/http/request_handler.h"
 #include "pion/http/server.h"
 #include "pion/scheduler.h"
+#include "tls_settings.h"
 
 namespace {
 
+/// Gives the input back, or nothing of it in the operation "take".
 class EchoProvider : public Krova::Core::AsyncApiProvider {
  public:
   std::string GetName() const override { return "EchoProvider"; }
-  void Invoke(const std::shared_ptr<const Krova::Core::MethodIdentifier>&,
+  void Invoke(const std::shared_ptr<const Krova::Core::MethodIdentifier>& method,
               const std::shared_ptr<const Krova::Data::DataValue>& input,
               const std::shared_ptr<Krova::Core::AsyncActivation>&,
               const Krova::Core::ProviderCompletion& completion) override {
-    completion(std::make_shared<Krova::Core::MethodResult>(input), Krova::kFinished);
+    const bool takes = method->GetName() == "take";
+    completion(std::make_shared<Krova::Core::MethodResult>(takes ? nothing_ : input),
+               Krova::kFinished);
   }
+
+ private:
+  const std::shared_ptr<const Krova::Data::DataValue> nothing_ =
+      std::make_shared<Krova::Data::StringValue>("");
 };
 
-void SetUpTls(pion::http::server& server, const std::string& pem) {
-  server.set_ssl_key_file(pem);
-  SSL_CTX* context = server.get_ssl_context_type().native_handle();
-  SSL_CTX_set1_groups_list(context, "P-256");
-  SSL_CTX_set_cipher_list(context,
-                          "!aNULL:kECDH+AESGCM:ECDH+AESGCM:RSA+AESGCM:kECDH+AES:ECDH+AES:RSA+AES");
-}
-
-void Serve(const std::string& pem, std::uint16_t port) {
+void Serve(const std::string& pem) {
   pion::single_service_scheduler scheduler;
   scheduler.set_num_threads(1);
-  pion::http::server server(scheduler, {boost::asio::ip::address_v4::any(), port});
-  SetUpTls(server, pem);
+  pion::http::server server(scheduler, {boost::asio::ip::address_v4::any(), 0});
+  server.set_ssl_key_file(pem);
+  Bench::SetCurveAndCiphers(server.get_ssl_context_type().native_handle());
   server.set_dispatch_after_headers(true);
   server.add_resource("/api",
                       Krova::Transport::Http::PionHttpServerRequestHandler(
@@ -58,13 +55,13 @@ void Serve(const std::string& pem, std::uint16_t port) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 3) {
-    std::cerr << "usage: https_server PEM PORT\n";
+  if (argc != 2) {
+    std::cerr << "usage: https_agent_server PEM\n";
     return 2;
   }
   try {
     boost::log::core::get()->set_filter(boost::log::trivial::severity >= boost::log::trivial::info);
-    Serve(argv[1], static_cast<std::uint16_t>(std::atoi(argv[2])));
+    Serve(argv[1]);
     return 0;
   } catch (const std::exception& error) {
     std::cerr << error.what() << '\n';
