@@ -76,6 +76,13 @@ class Bench:
             raise RuntimeError(f'not every request was served as it should be: {result}')
         return result
 
+    def tls_alone(self, tls, resume, count):
+        """Microseconds that OpenSSL takes for a server's part of a connection, in memory."""
+        run = subprocess.run(
+            pinned(SERVER_CORE, self.programs / 'https_openssl_memory', self.pem, tls, int(resume),
+                   count), check=True, stdout=subprocess.PIPE)
+        return {'cpu': float(run.stdout)}
+
     def run(self, server, tls, resume, requests):
         before = server.cpu()
         result = self.client(server, tls, resume, requests)
@@ -114,6 +121,9 @@ def report_kind(tls, resume, runs, signs):
         others = [f'{name} {number(median(runs[name], key), unit)} '
                   f'({paired(own, runs[name], key):.2f})' for name in NAMES[1:]]
         table.row('https', f'{kind}: {what}', number(median(own, key), unit), ', '.join(others))
+    table.row('https', f'{kind}: the same beside TLS in memory', number(median(own, 'cpu'), ' us'),
+              f"OpenSSL without sockets {number(median(runs['memory'], 'cpu'), ' us')} "
+              f"({paired(own, runs['memory'], 'cpu'):.2f})")
     if not resume:
         rate = 1e6 / median(own, 'cpu')
         table.row('https', f'{kind}: requests in a second of processor time', number(rate, ''),
@@ -123,7 +133,7 @@ def report_kind(tls, resume, runs, signs):
 
 
 def compare_speed(bench):
-    runs = {kind: {name: [] for name in NAMES} for kind in KINDS}
+    runs = {kind: {name: [] for name in (*NAMES, 'memory')} for kind in KINDS}
     signs = []
     with bench.serving(*NAMES) as servers:
         for name in NAMES:
@@ -134,6 +144,7 @@ def compare_speed(bench):
                 # Each round begins with another one.
                 for name in NAMES[turn % len(NAMES):] + NAMES[:turn % len(NAMES)]:
                     runs[kind][name].append(bench.run(servers[name], *kind))
+                runs[kind]['memory'].append(bench.tls_alone(*kind))
     for kind in KINDS:
         report_kind(*kind[:2], runs[kind], statistics.median(signs))
 
