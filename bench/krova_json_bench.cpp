@@ -69,7 +69,7 @@ std::string WideInput(int count) {
     const std::string number = std::to_string(i);
     text += (i == 0 ? "" : ",");
     text += R"({"STRUCTURE":{"com.ostrel.host":{"active":true,"cpus":8,"id":"host-)" + number +
-            R"(","load":1.25E-1,"memory":34359738368,"name":"esx)" + number +
+            R"(","load":1.25E-1,"memory":34359738368,"name":"box)" + number +
             R"(.example.test","note":{"OPTIONAL":null},"ports":[22,443,902],"tag":"rack 4",)"
             R"("up":)" +
             number + "}}}";

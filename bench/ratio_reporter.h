@@ -3,6 +3,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <map>
 #include <string>
@@ -17,8 +18,8 @@ namespace Bench {
 /// that also goes into the table of all benchmarks.
 class RatioReporter : public benchmark::ConsoleReporter {
  public:
-  /// \param ours  The last part of the names of what the others are compared with.
   /// \param benchmark  What the rows of the table are under.
+  /// \param ours  The last part of the names of what the others are compared with.
   RatioReporter(std::string benchmark, std::string ours)
       : benchmark_(std::move(benchmark)), ours_(std::move(ours)) {}
 
@@ -29,7 +30,11 @@ class RatioReporter : public benchmark::ConsoleReporter {
 
   void Finalize() override {
     std::printf("\nTime of the others, %s = 1 (more is slower)\n", ours_.c_str());
-    for (const std::string& group : groups_) PrintGroup(group, times_[group]);
+    for (auto& [group, times] : times_) {
+      // Interleaved runs come in any order.
+      std::sort(times.begin(), times.end());
+      PrintGroup(group, times);
+    }
   }
 
  private:
@@ -44,7 +49,6 @@ class RatioReporter : public benchmark::ConsoleReporter {
     const std::string& name = run.run_name.function_name;
     const std::size_t slash = name.rfind('/');
     const std::string group = name.substr(0, slash);
-    if (times_.find(group) == times_.end()) groups_.push_back(group);
     times_[group].emplace_back(name.substr(slash + 1), run.GetAdjustedCPUTime());
   }
 
@@ -66,7 +70,6 @@ class RatioReporter : public benchmark::ConsoleReporter {
 
   std::string benchmark_;
   std::string ours_;
-  std::vector<std::string> groups_;
   std::map<std::string, Times> times_;
 };
 
