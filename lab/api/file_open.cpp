@@ -1,6 +1,7 @@
 // CreateFileW and the closing of handles.
 #include "files/find.h"
 #include "files/open_file.h"
+#include "files/rights.h"
 #include "machine/call.h"
 #include "machine/machine.h"
 #include "machine/paths.h"
@@ -19,7 +20,8 @@ Lab::AccessKinds KindsOf(DWORD access, DWORD flags) {
   return kinds;
 }
 
-OpenFile::Request RequestOf(DWORD access, DWORD share, DWORD disposition, DWORD flags) {
+OpenFile::Request RequestOf(DWORD access, DWORD share, const SECURITY_ATTRIBUTES* security,
+                            DWORD disposition, DWORD flags) {
   OpenFile::Request request;
   request.access = KindsOf(access, flags);
   request.share = share;
@@ -29,6 +31,9 @@ OpenFile::Request RequestOf(DWORD access, DWORD share, DWORD disposition, DWORD 
   request.allowsFolder = (flags & FILE_FLAG_BACKUP_SEMANTICS) != 0;
   request.deletesOnClose = (flags & FILE_FLAG_DELETE_ON_CLOSE) != 0;
   request.attributes = flags & FILE_ATTRIBUTE_READONLY;
+  if (security != nullptr && security->lpSecurityDescriptor != nullptr) {
+    request.accessList = Lab::AccessListOfNewFile(security->lpSecurityDescriptor);
+  }
   return request;
 }
 
@@ -46,7 +51,6 @@ HANDLE CreateFileW(LPCWSTR name, DWORD access, DWORD share, LPSECURITY_ATTRIBUTE
   if (call.FailsByPlan()) return INVALID_HANDLE_VALUE;
   LAB_SUPPORTS((access & ~(GENERIC_READ | GENERIC_WRITE | FILE_LIST_DIRECTORY)) == 0);
   LAB_SUPPORTS((share & ~(FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE)) == 0);
-  LAB_SUPPORTS(attributes == nullptr || attributes->lpSecurityDescriptor == nullptr);
   LAB_SUPPORTS(disposition >= CREATE_NEW && disposition <= OPEN_ALWAYS);
   LAB_SUPPORTS((flagsAndAttributes &
                 ~(FILE_ATTRIBUTE_NORMAL | FILE_ATTRIBUTE_READONLY | FILE_FLAG_DELETE_ON_CLOSE |
@@ -55,8 +59,8 @@ HANDLE CreateFileW(LPCWSTR name, DWORD access, DWORD share, LPSECURITY_ATTRIBUTE
   const Lab::FoundPath found = Lab::FindPath(name);
   const bool missing = found.error == ERROR_FILE_NOT_FOUND;
   if (found.error != ERROR_SUCCESS && !missing) return Fail(found.error);
-  OpenFile::Result opened =
-      OpenFile::Open(found.host, RequestOf(access, share, disposition, flagsAndAttributes));
+  OpenFile::Result opened = OpenFile::Open(
+      found.host, RequestOf(access, share, attributes, disposition, flagsAndAttributes));
   if (opened.file == nullptr) return Fail(opened.error);
   const bool tells = disposition == CREATE_ALWAYS || disposition == OPEN_ALWAYS;
   SetLastError(tells && opened.existed ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);

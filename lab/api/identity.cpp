@@ -5,6 +5,7 @@
 #include <string>
 #include <utility>
 
+#include "files/security_ids.h"
 #include "machine/call.h"
 #include "machine/machine.h"
 #include "secext.h"
@@ -14,24 +15,6 @@
 namespace {
 
 constexpr BYTE kMostSubAuthorities = 8;
-
-std::size_t SidBytes(BYTE subAuthorities) {
-  return offsetof(SID, SubAuthority) + subAuthorities * sizeof(DWORD);
-}
-
-/// \return The SID as people write it: S-1-5-32-544.
-std::wstring SidText(const SID& sid) {
-  std::uint64_t authority = 0;
-  for (const BYTE byte : sid.IdentifierAuthority.Value) authority = authority << 8 | byte;
-  std::wstring text = L"S-1-" + std::to_wstring(authority);
-  const auto* subAuthority = reinterpret_cast<const BYTE*>(&sid) + offsetof(SID, SubAuthority);
-  for (BYTE i = 0; i < sid.SubAuthorityCount; ++i, subAuthority += sizeof(DWORD)) {
-    DWORD value = 0;
-    std::memcpy(&value, subAuthority, sizeof value);
-    text += L'-' + std::to_wstring(value);
-  }
-  return text;
-}
 
 }  // namespace
 
@@ -64,7 +47,7 @@ BOOL WINAPI AllocateAndInitializeSid(PSID_IDENTIFIER_AUTHORITY authority, BYTE s
     SetLastError(ERROR_INVALID_SID);
     return FALSE;
   }
-  void* const memory = ::operator new(SidBytes(kMostSubAuthorities));
+  void* const memory = ::operator new(Lab::SidBytes(kMostSubAuthorities));
   SID* const made = new (memory) SID{SID_REVISION, subAuthorityCount, *authority, {}};
   const DWORD values[kMostSubAuthorities] = {subAuthority0, subAuthority1, subAuthority2,
                                              subAuthority3, subAuthority4, subAuthority5,
@@ -81,7 +64,7 @@ BOOL WINAPI CheckTokenMembership(HANDLE token, PSID sid, PBOOL isMember) {
   LAB_SUPPORTS(token == nullptr);
   LAB_SUPPORTS(sid != nullptr && isMember != nullptr);
   const Lab::Description& machine = Lab::TheMachine().Describe();
-  const std::wstring wanted = SidText(*static_cast<const SID*>(sid));
+  const std::wstring wanted = Lab::SidText(sid);
   *isMember =
       wanted == machine.userSid ||
       std::any_of(machine.groups.begin(), machine.groups.end(),

@@ -13,6 +13,7 @@
 #include "files/attributes.h"
 #include "files/folder_watch.h"
 #include "files/host_errors.h"
+#include "files/rights.h"
 #include "winerror.h"
 
 namespace Lab {
@@ -82,6 +83,13 @@ struct Opened {
   bool isNew = false;
 };
 
+/// A file with a list of its own holds what isn't for others, so the host's others are kept out
+/// too.
+mode_t ModeOfNewFile(const OpenFile::Request& request) {
+  const mode_t mode = HostMode(request.attributes);
+  return request.accessList.empty() ? mode : mode & (S_IRUSR | S_IWUSR);
+}
+
 Opened OpenOnHost(const fs::path& place, int flags, const OpenFile::Request& request) {
   // Another program may make or delete the file between the two calls.
   for (;;) {
@@ -90,8 +98,11 @@ Opened OpenOnHost(const fs::path& place, int flags, const OpenFile::Request& req
       if (existing >= 0) return {existing, 0, false};
       if (errno != ENOENT || !request.mayCreate) return {-1, errno, false};
     }
-    const int made = open(place.c_str(), flags | O_CREAT | O_EXCL, HostMode(request.attributes));
-    if (made >= 0) return {made, 0, true};
+    const int made = open(place.c_str(), flags | O_CREAT | O_EXCL, ModeOfNewFile(request));
+    if (made >= 0) {
+      if (!request.accessList.empty()) KeepAccessList(made, request.accessList);
+      return {made, 0, true};
+    }
     if (errno != EEXIST || !request.mayExist) return {-1, errno, false};
   }
 }

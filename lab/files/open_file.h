@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <memory>
 #include <mutex>
+#include <string>
 
 #include "files/sharing.h"
 #include "machine/handles.h"
@@ -25,6 +26,8 @@ class OpenFile : public Object {
     bool allowsFolder = false;
     bool deletesOnClose = false;
     DWORD attributes = 0;  ///< Of a new or an emptied file.
+    /// Of a new file, in its text form; empty: nothing but what the folder hands on.
+    std::string accessList{};
   };
 
   struct Result;

@@ -79,6 +79,10 @@ class LayeringTest(unittest.TestCase):
         self.write('src/core/console.cpp', '#include <windows.h>')
         self.assert_finds('Windows headers come through src/host/windows_api.h')
 
+    def test_a_header_beside_the_umbrella_may_name_windows_headers(self):
+        self.write('src/host/access_control_api.h', '#include <aclapi.h>')
+        self.assertEqual(layering.findings(self.tree), [])
+
     def test_nothing_includes_the_driver(self):
         self.write('src/core/console.cpp', '#include "core/startup/startup.h"')
         self.assert_finds('nothing includes src/core/startup/')
