@@ -5,10 +5,10 @@
 #include <string>
 #include <vector>
 
+#include "core/property_defaults.h"
 #include "machine/machine.h"
 #include "machine/text.h"
 #include "runner_test.h"
-#include "scripted_runner_input.h"
 #include "support/machine_processes.h"
 
 namespace Halvard::Runner {
@@ -43,9 +43,10 @@ class RunnerLaunch : public RunnerTest {
   RunnerLaunch() {
     machine_.WriteFile(kExtracted + L"\\PFiles\\Ostrel\\Rimsa\\python\\python.exe", "");
     InstallRunner(0);
+    InitializeProperties();
     gProperties[L"MC_LOCALE"] = L"en";
     gProperties[L"URExtractDirectory"] = kExtracted;
-    gScriptedInput = "secret";
+    gProperties[L"SSO_PASSWORD"] = L"secret";
     automatedTumUpgrade = false;
   }
   ~RunnerLaunch() override {
@@ -97,7 +98,7 @@ TEST_F(RunnerLaunch, RunsTheRequirementsPhaseThroughAShortLink) {
   EXPECT_EQ(LoggedCommandLine(),
             ExpectedLine(L"--mode=requirements", L"UpgradeRunnerPreupgradeOutput.json"));
   const Json::Value output = Output(L"UpgradeRunnerPreupgradeOutput.json");
-  EXPECT_EQ(output["input"], "secret");
+  EXPECT_THAT(output["input"].asString(), HasSubstr("\"secret\""));
   EXPECT_EQ(output["arguments"].size(), 5u);
   const std::vector<LogLine> log = LogWithoutIds();
   EXPECT_EQ(log.front(), InfoLine(L"Entering function: LaunchUpgradeRunnerCommon"));
@@ -173,7 +174,7 @@ TEST_F(RunnerLaunch, NeedsATempDirectory) {
 }
 
 TEST_F(RunnerLaunch, NeedsItsInputFile) {
-  gScriptedInput.clear();
+  gProperties[L"UR_INPUT_JSON"] = L"";
   EXPECT_EQ(LaunchUpgradeRunnerCommon(RunnerPhaseRequirements), 1603);
   EXPECT_THAT(LogWithoutIds(),
               Contains(ErrorLine(
@@ -182,8 +183,7 @@ TEST_F(RunnerLaunch, NeedsItsInputFile) {
 }
 
 TEST_F(RunnerLaunch, LeavesNothingOfAnInputFileThatCouldNotBeFinished) {
-  gScriptedInput.clear();
-  machine_.WriteFile(input_, "half of a secr");
+  machine_.PlanFault({.function = "WriteFile", .error = 112});
   EXPECT_EQ(LaunchUpgradeRunnerCommon(RunnerPhaseRequirements), 1603);
   EXPECT_FALSE(machine_.FileExists(input_));
 }
@@ -231,7 +231,7 @@ TEST_F(RunnerLaunch, GoesOnWithAnOldOutputThatCantBeRemoved) {
 }
 
 TEST_F(RunnerLaunch, TellsOfAnInputFileThatCantBeRemoved) {
-  machine_.PlanFault({.function = "DeleteFileW", .match = L"RunnerInput", .error = 32});
+  machine_.PlanFault({.function = "DeleteFileW", .call = 2, .match = L"RunnerInput", .error = 32});
   EXPECT_EQ(LaunchUpgradeRunnerCommon(RunnerPhaseRequirements), 0);
   EXPECT_THAT(LogWithoutIds(), Contains(WarningLine(L"LaunchUpgradeRunnerCommon: Failed to delete "
                                                     L"file: " +
@@ -243,7 +243,7 @@ class KeepFiles : public RunnerLaunch, public testing::WithParamInterface<const 
 TEST_P(KeepFiles, KeepsTheInputWhateverItsValue) {
   machine_.SetVariable(L"KEEP_UR_JSON_FILES", GetParam());
   EXPECT_EQ(LaunchUpgradeRunnerCommon(RunnerPhaseRequirements), 0);
-  EXPECT_EQ(machine_.ReadFile(input_), "secret");
+  EXPECT_THAT(machine_.ReadFile(input_), testing::Optional(HasSubstr("\"secret\"")));
 }
 
 INSTANTIATE_TEST_SUITE_P(Values, KeepFiles, testing::Values(L"", L"0", L"1"));
