@@ -9,6 +9,7 @@ import socket
 import ssl
 import subprocess
 import sys
+import tempfile
 import unittest
 from pathlib import Path
 
@@ -18,6 +19,7 @@ from wine_machine import AGENT, CLIENT, SCRIPTED_AGENT, Machine
 SKIPPED = 77  # what CTest takes for a test that chose not to run
 FAILURE = 255  # -1, of which a host process keeps the lower byte
 KELVANE_PRODUCT = '{5C0F4E0B-7B3A-4F0B-9C57-2A6E6D1F5501}'
+KELVANE_SERVER_55 = '{A0B1C2D3-1111-4A11-8A11-0000000000A1}'
 SINGLE_SIGN_ON_55 = '{A0B1C2D3-3333-4A33-8A33-0000000000C3}'
 PASSWORD = 's3cret'
 ACCEPTED_PASSWORD = 'right \u00e4\u6771\u4eac'  # by the checks of the scripted agent
@@ -113,7 +115,8 @@ class CommandLine(WineTest):
 
 class Discovery(WineTest):
 
-    # What a run prints that finds a product and then refuses the password: this build can't check.
+    # What a run prints that finds a product whose server or directory then refuses the password, or
+    # doesn't answer.
     KELVANE_SERVER_FOUND = (f'{english(1014)}\n{english(1133)}{english(1097)}\n'
                             f'{english(1054)}{english(1058)}\n')
     SINGLE_SIGN_ON_FOUND = (f'{english(1014)}\n{english(1133)}{english(1098)}\n'
@@ -148,6 +151,59 @@ class Discovery(WineTest):
                       'Host:localhost, Port:', self.machine.log())
         self.assertEqual(self.machine.run('msiexec', '/x', KELVANE_PRODUCT, '/qn').exit_code, 0)
         self.assertEqual(self.run_agent(), self.NOTHING_FOUND)
+
+
+class KelvaneServer(WineTest):
+    """The agent as it is, against a Kelvane Server of the lab."""
+
+    def setUp(self):
+        program = Path(os.environ['HALVARD_KELVANE_SERVER'])
+        if not program.exists():
+            self.skipTest(f'{program} is not built: run ./check --windows, or ninja kelvane-server')
+        super().setUp()
+        folder = self.enterContext(tempfile.TemporaryDirectory())
+        self.journal = Path(folder) / 'journal'
+        config = {'users': [{'name': 'Administrator@ostrel.local', 'password': ACCEPTED_PASSWORD}],
+                  'inventory': {'hosts': 12, 'machines': 2345}}
+        server = subprocess.Popen([program, '--config', '-', '--record', self.journal],
+                                  stdin=subprocess.PIPE, stdout=subprocess.PIPE)
+        self.addCleanup(server.wait)
+        self.addCleanup(server.terminate)
+        self.addCleanup(server.stdout.close)
+        server.stdin.write(json.dumps(config).encode())
+        server.stdin.close()
+        self.server = json.loads(server.stdout.readline())
+        self.machine.register_product(KELVANE_PRODUCT, KELVANE_SERVER_55, '5.5.0.2001466')
+        self.machine.set_registry('SOFTWARE\\Ostrel, Inc.\\Ostrel Kelvane', 'HttpsProxyPort',
+                                  str(self.server['port']))
+
+    def operations(self) -> list:
+        """What the server was asked, in order. It refused nothing as ill said."""
+        lines = [json.loads(line) for line in self.journal.read_text(encoding='utf-8').splitlines()]
+        self.assertNotIn('refused', [line.get('outcome') for line in lines])
+        return [line['operation'] for line in lines if line['event'] == 'request']
+
+    def test_proves_the_password_and_counts_the_inventory(self):
+        run = self.machine.run(AGENT, '-p', ACCEPTED_PASSWORD)
+        log = self.machine.log()
+        self.assertIn('I: ValidateKvAdminCredentials: Successfully validated KV credentials for '
+                      f'Host:localhost, Port:{self.server["port"]}, TunnelPath:, '
+                      'User:Administrator@ostrel.local.', log)
+        pages = [line for line in log if line.startswith('I: GetNumVMs: Aggregated vm count: ')]
+        self.assertEqual([line.rsplit(' ', 1)[1] for line in pages], ['1000', '2000', '2345'])
+        self.assertIn('I: GetInventorySize: Inventory size retrieved. Hosts:12, VMs:2345', log)
+        self.assertEqual(self.operations(), [
+            'RetrieveContent', 'Login', 'Logout', 'RetrieveContent', 'Login', 'RetrieveProperties',
+            'RetrieveProperties', 'ContinueRetrieveProperties', 'ContinueRetrieveProperties',
+            'Logout'])
+        self.assert_no_password_in(run.console)
+
+    def test_is_refused_with_a_wrong_password(self):
+        run = self.machine.run(AGENT, '-p', PASSWORD)
+        self.assertEqual(run.exit_code, FAILURE)
+        self.assertEqual(run.console, Discovery.KELVANE_SERVER_FOUND)
+        self.assertEqual(self.operations(), ['RetrieveContent', 'Login'])
+        self.assert_no_password_in(run.console)
 
 
 class Console(WineTest):
