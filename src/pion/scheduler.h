@@ -1,5 +1,6 @@
 #pragma once
 
+#include <boost/asio/detail/thread.hpp>
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/post.hpp>
@@ -8,10 +9,15 @@
 #include <mutex>
 #include <optional>
 #include <thread>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
 namespace pion {
+
+// Or sources disagree about what Asio's own threads are, and a service goes before its thread.
+static_assert(std::is_same_v<boost::asio::detail::thread, boost::asio::detail::posix_thread>,
+              "Asio needs BOOST_ASIO_HAS_PTHREADS for every source");
 
 /// Runs the handlers of an I/O service on a pool of threads. No thread exists before startup(),
 /// which the first active user causes. Every operation may be called from any thread.
