@@ -1,4 +1,4 @@
-// Walking the inventory as the specifications of a filter say.
+// Walking the inventory along the traversals of a filter.
 #pragma once
 
 #include <cstdint>
