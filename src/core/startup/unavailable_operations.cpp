@@ -1,7 +1,9 @@
-// Operations that start-up calls and this program doesn't have yet. Each refuses and says so in the
-// log: an agent that can't check credentials must not go on as if it had. The file goes, function
-// by function, as the real ones come.
+// Operations that this program doesn't have yet. Each refuses and says so in the log: an agent that
+// can't check credentials must not go on as if it had. The file goes, function by function, as the
+// real ones come.
 #include "core/logging.h"
+#include "runner/export_phase.h"
+#include "runner/runner_launch.h"
 #include "security/service_accounts.h"
 
 namespace Halvard {
@@ -10,6 +12,12 @@ bool Security::ValidateServiceAccountCredentials(const std::wstring&, const std:
   LogScope log;
   log.Error(L"ValidateServiceAccountCredentials: Refused. This build can't check accounts.");
   return false;
+}
+
+int Runner::LaunchUpgradeRunnerExportPhase(bool /*wait*/) {
+  LogScope log;
+  log.Error(L"LaunchUpgradeRunnerExportPhase: Refused. This build can't export.");
+  return kRunnerFailure;
 }
 
 }  // namespace Halvard
