@@ -3,6 +3,10 @@
 // real ones come.
 #include "core/logging.h"
 #include "host/services.h"
+#include "network/directory_domain.h"
+#include "network/network_choice.h"
+#include "network/network_configuration.h"
+#include "network/time_servers.h"
 #include "runner/export_phase.h"
 #include "runner/runner_launch.h"
 #include "security/service_accounts.h"
@@ -31,6 +35,30 @@ int Runner::LaunchUpgradeRunnerExportPhase(bool /*wait*/) {
   LogScope log;
   log.Error(L"LaunchUpgradeRunnerExportPhase: Refused. This build can't export.");
   return kRunnerFailure;
+}
+
+bool Network::GetNTPServer(std::wstring&, std::wstring&, Json::Value&) {
+  LogScope log;
+  log.Error(L"GetNTPServer: Refused. This build can't ask time servers.");
+  return false;
+}
+
+bool Network::GetActiveDirectoryConfig(ActiveDirectoryConfig&) {
+  LogScope log;
+  log.Error(L"GetActiveDirectoryConfig: Refused. This build can't ask for the domain.");
+  return false;
+}
+
+bool Network::CollectNetworkToMigrate(const UserInput&, int) {
+  LogScope log;
+  log.Error(L"CollectNetworkToMigrate: Refused. This build can't settle the network.");
+  return false;
+}
+
+bool Network::CollectNetworkIdentity(const std::wstring&, Json::Value&) {
+  LogScope log;
+  log.Error(L"CollectNetworkIdentity: Refused. This build can't collect the network.");
+  return false;
 }
 
 }  // namespace Halvard
