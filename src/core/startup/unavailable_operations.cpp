@@ -10,7 +10,9 @@
 #include "network/network_configuration.h"
 #include "network/time_servers.h"
 #include "runner/export_phase.h"
+#include "runner/preupgrade_output.h"
 #include "runner/runner_launch.h"
+#include "security/export_directory.h"
 #include "security/service_accounts.h"
 
 namespace Halvard {
@@ -37,6 +39,19 @@ int Runner::LaunchUpgradeRunnerExportPhase(bool /*wait*/) {
   LogScope log;
   log.Error(L"LaunchUpgradeRunnerExportPhase: Refused. This build can't export.");
   return kRunnerFailure;
+}
+
+int Runner::LaunchUpgradeRunnerPreUpgradePhase(Json::Value& output) {
+  output = Json::Value();
+  LogScope log;
+  log.Error(L"LaunchUpgradeRunnerPreUpgradePhase: Refused. This build can't run prechecks.");
+  return kRunnerFailure;
+}
+
+bool Security::ValidateExportDir() {
+  LogScope log;
+  log.Error(L"ValidateExportDir: Refused. This build can't check the export folder.");
+  return false;
 }
 
 bool Network::GetNTPServer(std::wstring&, std::wstring&, Json::Value&) {
