@@ -157,6 +157,8 @@ TEST_F(Children, WithoutTheirKeeperCountAsEnded) {
   EXPECT_EQ(ExitCode(*child), 1u);
   EXPECT_EQ(child->Resume(), 0u);
   child->TerminateAll(1);
+  // The keeper's end can be seen before the killed processes have ended.
+  while (!ProcessesOf(machine_).empty()) usleep(1000);
 }
 
 TEST_F(Children, ReportAFolderThatIsNone) {
