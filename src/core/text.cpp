@@ -36,4 +36,18 @@ std::vector<std::wstring> SplitString(std::wstring_view text, wchar_t separator)
   return pieces;
 }
 
+std::set<std::wstring> SplitToSet(std::wstring_view text, wchar_t separator) {
+  const std::vector<std::wstring> pieces = SplitString(text, separator);
+  return {pieces.begin(), pieces.end()};
+}
+
+std::wstring JoinSet(const std::set<std::wstring>& members, std::wstring_view separator) {
+  std::wstring joined;
+  for (const std::wstring& member : members) {
+    if (&member != &*members.begin()) joined += separator;
+    joined += member;
+  }
+  return joined;
+}
+
 }  // namespace Halvard

@@ -1,6 +1,7 @@
 // Conversion between the program's wide text and the UTF-8 of files, JSON and the API.
 #pragma once
 
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -15,5 +16,11 @@ std::wstring Utf8ToWide(std::string_view text);
 
 /// \return The pieces between the separators, in order, without the empty ones.
 std::vector<std::wstring> SplitString(std::wstring_view text, wchar_t separator);
+
+/// The same as a set, ordered by code units and without what comes twice.
+std::set<std::wstring> SplitToSet(std::wstring_view text, wchar_t separator);
+
+/// \return The members in the set's order, with the separator between each two.
+std::wstring JoinSet(const std::set<std::wstring>& members, std::wstring_view separator);
 
 }  // namespace Halvard

@@ -85,7 +85,7 @@ bool RunnerLaunch::BuildArguments(const std::wstring& locale) {
   switch (phase_) {
     case RunnerPhaseRequirements:
       arguments_ = L"--mode=requirements";
-      outputPath_ = tempDirectory_ + L"UpgradeRunnerPreupgradeOutput.json";
+      outputPath_ = tempDirectory_ + kRequirementsOutputFile;
       break;
     case RunnerPhaseExport:
       arguments_ = L"--mode=export";

@@ -8,4 +8,7 @@ enum RunnerPhase : int {
   RunnerPhaseExport = 1912,
 };
 
+/// What the runner writes for RunnerPhaseRequirements, in the temp directory.
+inline constexpr wchar_t kRequirementsOutputFile[] = L"UpgradeRunnerPreupgradeOutput.json";
+
 }  // namespace Halvard::Runner

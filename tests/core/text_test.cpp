@@ -1,5 +1,6 @@
 #include "core/text.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 namespace Halvard {
@@ -28,6 +29,20 @@ TEST(Text, KeepsZeroCharacters) {
   const std::wstring wide(L"a\0b", 3);
   EXPECT_EQ(WideToUtf8(wide), std::string("a\0b", 3));
   EXPECT_EQ(Utf8ToWide(std::string("a\0b", 3)), wide);
+}
+
+TEST(Text, SplitsIntoAnOrderedSet) {
+  using testing::ElementsAre;
+  using testing::IsEmpty;
+  EXPECT_THAT(SplitToSet(L",b,,\u00e4,B,a b,b,", L','), ElementsAre(L"B", L"a b", L"b", L"\u00e4"));
+  EXPECT_THAT(SplitToSet(L"", L','), IsEmpty());
+  EXPECT_THAT(SplitToSet(L",,", L','), IsEmpty());
+}
+
+TEST(Text, JoinsASetInItsOrder) {
+  EXPECT_EQ(JoinSet({L"b", L"a", L"B"}, L", "), L"B, a, b");
+  EXPECT_EQ(JoinSet({L"a"}, L","), L"a");
+  EXPECT_EQ(JoinSet({}, L","), L"");
 }
 
 }  // namespace
