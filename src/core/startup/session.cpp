@@ -17,6 +17,7 @@
 #include "core/text.h"
 #include "discovery/coinstalled_extensions.h"
 #include "discovery/installed_products.h"
+#include "discovery/premigration_checks.h"
 #include "discovery/update_manager_record.h"
 #include "host/registry.h"
 #include "host/windows_api.h"
@@ -116,6 +117,13 @@ void PauseForDebugging() {
   (void)ReadLine();
 }
 
+/// An update manager has no network that would migrate.
+bool SettleNetwork(const Session& session) {
+  if (session.migrationType == L"tum") return true;
+  // Not there yet: choosing the network to migrate.
+  return Discovery::CheckDefaultGateway();
+}
+
 std::wstring GenerateCertificate(const Session& session) {
   if (session.migrationType == L"tum") {
     return Security::GenerateSSLCertificate(session.tumInfo.tumServer);
@@ -170,8 +178,8 @@ bool StartSession(Session& session) {
   StoreAdministrator(session);
   if (!SizeInventory(session)) return false;
   PauseForDebugging();
-  // Not there yet: the checks before the migration.
-  // Not there yet, for all but the update manager: the network to migrate, and its gateway.
+  if (!Discovery::RunPreMigrationChecks(session.argc)) return false;
+  if (!SettleNetwork(session)) return false;
   if (!MakeCertificate(session)) return false;
   // Not there yet: the opening in the firewall.
   if (!StartServer(session)) return false;

@@ -10,7 +10,6 @@
 #include "network/network_configuration.h"
 #include "network/time_servers.h"
 #include "runner/export_phase.h"
-#include "runner/preupgrade_output.h"
 #include "runner/runner_launch.h"
 #include "security/export_directory.h"
 #include "security/service_accounts.h"
@@ -38,13 +37,6 @@ bool Host::ServiceControlStartStopAllServices(bool /*start*/) {
 int Runner::LaunchUpgradeRunnerExportPhase(bool /*wait*/) {
   LogScope log;
   log.Error(L"LaunchUpgradeRunnerExportPhase: Refused. This build can't export.");
-  return kRunnerFailure;
-}
-
-int Runner::LaunchUpgradeRunnerPreUpgradePhase(Json::Value& output) {
-  output = Json::Value();
-  LogScope log;
-  log.Error(L"LaunchUpgradeRunnerPreUpgradePhase: Refused. This build can't run prechecks.");
   return kRunnerFailure;
 }
 

@@ -2,8 +2,10 @@
 
 #include <sstream>
 
+#include "core/logging.h"
 #include "core/property_store.h"
 #include "core/text.h"
+#include "discovery/premigration_checks.h"
 #include "host/windows_api.h"
 #include "security/directory_credentials.h"
 #include "security/service_accounts.h"
@@ -24,10 +26,9 @@ void Note(const std::string& name, const Arguments&... arguments) {
   Testing::CheckCalls().push_back(call.str());
 }
 
-bool FailsAsPlanned(const wchar_t* operation) {
+bool FailsAsPlanned(const wchar_t* variable, const wchar_t* operation) {
   wchar_t planned[64] = {};
-  return GetEnvironmentVariableW(Testing::kExtensionFailureVariable, planned, 64) != 0 &&
-         std::wstring(planned) == operation;
+  return GetEnvironmentVariableW(variable, planned, 64) != 0 && std::wstring(planned) == operation;
 }
 
 /// What the choice of the system's name and network would have found.
@@ -81,7 +82,8 @@ bool ServerClient::RegisterUpdateHVExtension(const std::string& host, std::int32
                                              const std::string& agentThumbprint) {
   Note("RegisterUpdateHVExtension", host, port, tunnelPath, thumbprint, user, agentHost, agentPort,
        agentThumbprint);
-  return IsAccepted(Utf8ToWide(password)) && !FailsAsPlanned(L"register");
+  return IsAccepted(Utf8ToWide(password)) &&
+         !FailsAsPlanned(Testing::kExtensionFailureVariable, L"register");
 }
 
 bool ServerClient::UnregisterHVExtension(const std::string& host, std::int32_t port,
@@ -90,7 +92,20 @@ bool ServerClient::UnregisterHVExtension(const std::string& host, std::int32_t p
                                          const std::string& password,
                                          const std::string& agentHost) {
   Note("UnregisterHVExtension", host, port, tunnelPath, thumbprint, user, agentHost);
-  return IsAccepted(Utf8ToWide(password)) && !FailsAsPlanned(L"unregister");
+  return IsAccepted(Utf8ToWide(password)) &&
+         !FailsAsPlanned(Testing::kExtensionFailureVariable, L"unregister");
+}
+
+bool Discovery::RunPreMigrationChecks(int argc) {
+  LogScope log;
+  log.Info(L"Scripted: RunPreMigrationChecks(%d)", argc);
+  return !FailsAsPlanned(Testing::kCheckFailureVariable, L"checks");
+}
+
+bool Discovery::CheckDefaultGateway() {
+  LogScope log;
+  log.Info(L"Scripted: CheckDefaultGateway");
+  return !FailsAsPlanned(Testing::kCheckFailureVariable, L"gateway");
 }
 
 bool Security::ValidateLocalSSOCredentials(const std::wstring& user, const std::wstring& password,

@@ -20,6 +20,10 @@ inline constexpr wchar_t kInventoryVariable[] = L"SCRIPTED_INVENTORY";
 /// "unregister".
 inline constexpr wchar_t kExtensionFailureVariable[] = L"SCRIPTED_EXTENSION_FAILURE";
 
+/// The variable by which a test has the checks before the migration fail, "checks", or the one of
+/// the gateway, "gateway". Each of the two leaves a line in the log.
+inline constexpr wchar_t kCheckFailureVariable[] = L"SCRIPTED_CHECK_FAILURE";
+
 /// The variable by which a test gives the address that migrates. Without it none is known.
 inline constexpr wchar_t kAddressVariable[] = L"SCRIPTED_ADDRESS";
 

@@ -151,6 +151,41 @@ TEST_F(Session, LargerInventoryStopsTheRunUnlessItIsAllowed) {
   EXPECT_THAT(allowed.log, Contains(WarningLine(L"wmain: " + English(1160))));
 }
 
+/// Where the log has a line that begins so; its end for none.
+std::ptrdiff_t PlaceOf(const std::wstring& beginning, const std::vector<Testing::LogLine>& log) {
+  return std::ranges::find_if(
+             log,
+             [&](const Testing::LogLine& line) { return line.message.starts_with(beginning); }) -
+         log.begin();
+}
+
+TEST_F(Session, ChecksRunBetweenTheInventoryAndTheCertificate) {
+  ReadyMachine machine("embedded-5.5");
+  machine.SetVariable(Testing::kInventoryVariable, L"1 1");
+  const std::vector<Testing::LogLine> log = Serve(machine).log;
+  EXPECT_LT(PlaceOf(L"wmain: Inventory size", log), PlaceOf(L"Scripted: RunPreMigra", log));
+  EXPECT_LT(PlaceOf(L"Scripted: RunPreMigra", log), PlaceOf(L"Scripted: CheckDefault", log));
+  EXPECT_LT(PlaceOf(L"Scripted: CheckDefault", log), PlaceOf(L"GenerateSSLCertificate: ", log));
+  EXPECT_LT(PlaceOf(L"GenerateSSLCertificate: ", log), std::ssize(log));
+  EXPECT_THAT(log, Contains(InfoLine(L"Scripted: RunPreMigrationChecks(3)")));
+}
+
+TEST_F(Session, FailedChecksEndTheRunBeforeTheNetworkIsLookedAt) {
+  ReadyMachine machine("infrastructure-5.5");
+  machine.SetVariable(Testing::kCheckFailureVariable, L"checks");
+  const AgentRun run = RunToItsEnd(machine);
+  EXPECT_EQ(run.exitCode, kFailureCode);
+  EXPECT_EQ(run.log.back(), InfoLine(L"Scripted: RunPreMigrationChecks(3)"));
+}
+
+TEST_F(Session, AMissingGatewayEndsTheRunBeforeThereIsACertificate) {
+  ReadyMachine machine("infrastructure-5.5");
+  machine.SetVariable(Testing::kCheckFailureVariable, L"gateway");
+  const AgentRun run = RunToItsEnd(machine);
+  EXPECT_EQ(run.exitCode, kFailureCode);
+  EXPECT_EQ(run.log.back(), InfoLine(L"Scripted: CheckDefaultGateway"));
+}
+
 TEST_F(Session, PauseWaitsForALine) {
   ReadyMachine machine("infrastructure-5.5");
   machine.SetVariable(L"HV_DEBUG_PAUSE", L"");
