@@ -1,0 +1,53 @@
+// The agent's log and messages without a machine: lines are formatted and dropped, a message is its
+// id. For targets that run code of the agent millions of times.
+#include <cstdarg>
+
+#include "core/logging.h"
+#include "core/messages.h"
+#include "host/windows_api.h"
+
+namespace Halvard {
+namespace {
+
+/// Formatting reads all that a line is given.
+void Format(const wchar_t* format, va_list arguments) {
+  wchar_t buffer[256];
+  (void)_vsnwprintf_s(buffer, 256, _TRUNCATE, format, arguments);
+}
+
+}  // namespace
+
+LogScope::LogScope(std::wstring, std::wstring) {}
+LogScope::~LogScope() = default;
+
+void LogScope::Info(const wchar_t* format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  Format(format, arguments);
+  va_end(arguments);
+}
+
+void LogScope::Warn(const wchar_t* format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  Format(format, arguments);
+  va_end(arguments);
+}
+
+void LogScope::Error(const wchar_t* format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  Format(format, arguments);
+  va_end(arguments);
+}
+
+void LogScope::Debug(const wchar_t*, ...) {}
+
+std::wstring GetLocalizedString(unsigned int id) { return L"<" + std::to_wstring(id) + L">"; }
+
+std::wstring GetLocalizedStringIn(unsigned int id, const std::vector<std::wstring>& /*arguments*/,
+                                  const std::string& /*locale*/) {
+  return GetLocalizedString(id);
+}
+
+}  // namespace Halvard
