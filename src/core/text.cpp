@@ -5,6 +5,19 @@
 #include "host/windows_api.h"
 
 namespace Halvard {
+namespace {
+
+template <typename Texts>
+std::wstring Join(const Texts& texts, std::wstring_view separator) {
+  std::wstring joined;
+  for (auto text = texts.begin(); text != texts.end(); ++text) {
+    if (text != texts.begin()) joined += separator;
+    joined += *text;
+  }
+  return joined;
+}
+
+}  // namespace
 
 std::string WideToUtf8(std::wstring_view text) {
   // The conversion calls a length of zero a wrong argument.
@@ -41,13 +54,12 @@ std::set<std::wstring> SplitToSet(std::wstring_view text, wchar_t separator) {
   return {pieces.begin(), pieces.end()};
 }
 
-std::wstring JoinSet(const std::set<std::wstring>& members, std::wstring_view separator) {
-  std::wstring joined;
-  for (const std::wstring& member : members) {
-    if (&member != &*members.begin()) joined += separator;
-    joined += member;
-  }
-  return joined;
+std::wstring JoinStrings(const std::vector<std::wstring>& texts, std::wstring_view separator) {
+  return Join(texts, separator);
+}
+
+std::wstring JoinSet(const std::set<std::wstring>& texts, std::wstring_view separator) {
+  return Join(texts, separator);
 }
 
 }  // namespace Halvard

@@ -20,7 +20,8 @@ std::vector<std::wstring> SplitString(std::wstring_view text, wchar_t separator)
 /// The same as a set, ordered by code units and without what comes twice.
 std::set<std::wstring> SplitToSet(std::wstring_view text, wchar_t separator);
 
-/// \return The members in the set's order, with the separator between each two.
-std::wstring JoinSet(const std::set<std::wstring>& members, std::wstring_view separator);
+/// \return The texts in their order, with the separator between each two.
+std::wstring JoinStrings(const std::vector<std::wstring>& texts, std::wstring_view separator);
+std::wstring JoinSet(const std::set<std::wstring>& texts, std::wstring_view separator);
 
 }  // namespace Halvard

@@ -6,6 +6,9 @@
 namespace Halvard {
 namespace {
 
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
 TEST(Text, EmptyStaysEmpty) {
   EXPECT_EQ(WideToUtf8(L""), "");
   EXPECT_EQ(Utf8ToWide(""), L"");
@@ -31,9 +34,23 @@ TEST(Text, KeepsZeroCharacters) {
   EXPECT_EQ(Utf8ToWide(std::string("a\0b", 3)), wide);
 }
 
+TEST(SplitString, DropsEmptyPieces) {
+  EXPECT_THAT(SplitString(L",,a,,b,", L','), ElementsAre(L"a", L"b"));
+  EXPECT_THAT(SplitString(L"", L','), IsEmpty());
+  EXPECT_THAT(SplitString(L",", L','), IsEmpty());
+}
+
+TEST(SplitString, SeparatesAtItsOwnCharacterAlone) {
+  EXPECT_THAT(SplitString(L"a b,\tc", L','), ElementsAre(L"a b", L"\tc"));
+}
+
+TEST(JoinStrings, KeepsOrderAndEmptyTexts) {
+  EXPECT_EQ(JoinStrings({L"b", L"", L"a"}, L", "), L"b, , a");
+  EXPECT_EQ(JoinStrings({L"b"}, L", "), L"b");
+  EXPECT_EQ(JoinStrings({}, L", "), L"");
+}
+
 TEST(Text, SplitsIntoAnOrderedSet) {
-  using testing::ElementsAre;
-  using testing::IsEmpty;
   EXPECT_THAT(SplitToSet(L",b,,\u00e4,B,a b,b,", L','), ElementsAre(L"B", L"a b", L"b", L"\u00e4"));
   EXPECT_THAT(SplitToSet(L"", L','), IsEmpty());
   EXPECT_THAT(SplitToSet(L",,", L','), IsEmpty());
