@@ -6,15 +6,9 @@
 #include <string>
 
 #include "machine/call.h"
-#include "machine/machine.h"
-
-// A function of Boost.Asio that every program has which opens a socket through it; never called.
-extern "C" [[gnu::weak]] void AsioMark() asm("_ZNK5boost4asio5error6detail13misc_category4nameEv");
+#include "network/socket_state.h"
 
 namespace {
-
-/// On Windows Boost.Asio starts Winsock before main and keeps it to the end.
-bool SocketsAreStarted() { return AsioMark != nullptr || Lab::TheMachine().SocketStartups() > 0; }
 
 std::string Numeric(const sockaddr* address) {
   char text[INET6_ADDRSTRLEN] = {};
@@ -45,7 +39,7 @@ INT WINAPI GetNameInfoW(const sockaddr* address, socklen_t addressLength, WCHAR*
   // Numeric hosts alone: nothing is asked of a resolver.
   LAB_SUPPORTS(flags == NI_NUMERICHOST && service == nullptr && serviceSize == 0);
   LAB_SUPPORTS(address != nullptr && host != nullptr);
-  if (!SocketsAreStarted()) return WSANOTINITIALISED;
+  if (!Lab::SocketsAreStarted()) return WSANOTINITIALISED;
   if (const INT problem = AddressProblem(address, addressLength); problem != 0) return problem;
   const std::string text = Numeric(address);
   if (text.size() >= hostSize) return ERROR_INSUFFICIENT_BUFFER;

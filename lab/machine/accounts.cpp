@@ -31,6 +31,11 @@ std::uint32_t RefusalOfDomain(const std::string& state) {
   return kRefusals.at(state);
 }
 
+std::optional<DomainController> ReadController(const Json::Value& controller) {
+  if (controller.isNull()) return std::nullopt;
+  return DomainController{Wide(controller["name"]), Wide(controller["address"])};
+}
+
 }  // namespace
 
 bool Domain::IsNamed(std::wstring_view text) const {
@@ -52,7 +57,8 @@ std::vector<Account> ReadAccounts(const Json::Value& accounts) {
 std::optional<Domain> ReadDomain(const Json::Value& domain) {
   if (domain.isNull()) return std::nullopt;
   return Domain{Wide(domain["name"]), Wide(domain["netbiosName"]),
-                RefusalOfDomain(domain.get("trust", "whole").asString())};
+                RefusalOfDomain(domain.get("trust", "whole").asString()),
+                ReadController(domain["controller"])};
 }
 
 }  // namespace Lab

@@ -20,6 +20,12 @@ struct Account {
   std::uint32_t refusal = 0;
 };
 
+/// A controller of the domain.
+struct DomainController {
+  std::wstring name;     ///< dc1.corp.example
+  std::wstring address;  ///< As the controller tells it: an address, or a short name.
+};
+
 /// The directory domain that the machine has joined.
 struct Domain {
   std::wstring name;         ///< corp.example
@@ -27,6 +33,7 @@ struct Domain {
   /// The error of every logon in the domain: 1311 when no controller can be reached, 1786 to 1789
   /// for a machine that the domain doesn't trust; 0 when all is well.
   std::uint32_t refusal = 0;
+  std::optional<DomainController> controller;  ///< Nothing when none can be found.
 
   /// \return True when \p text is one of the domain's names, in any case.
   bool IsNamed(std::wstring_view text) const;

@@ -151,4 +151,21 @@ struct LdapTextTraits {
 };
 using UniqueLdapText = UniqueResource<LdapTextTraits>;
 
+/// Sockets.
+struct SocketTraits {
+  using Type = SOCKET;
+  static Type Invalid() { return INVALID_SOCKET; }
+  static void Release(Type socket) { (void)closesocket(socket); }
+};
+using UniqueSocket = UniqueResource<SocketTraits>;
+
+/// What functions of the network's management hand out; one of them finds the domain's controller.
+template <typename Record>
+struct NetApiTraits {
+  using Type = Record*;
+  static Type Invalid() { return nullptr; }
+  static void Release(Type record) { (void)NetApiBufferFree(record); }
+};
+using UniqueDomainController = UniqueResource<NetApiTraits<DOMAIN_CONTROLLER_INFOW>>;
+
 }  // namespace Halvard::Host

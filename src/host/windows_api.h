@@ -8,10 +8,12 @@
 
 #include <windows.h>
 
+#include <dsgetdc.h>
 #include <fcntl.h>
 #include <io.h>
 #include <iphlpapi.h>
 #include <knownfolders.h>
+#include <lm.h>
 #include <msi.h>
 #include <msiquery.h>
 #include <security.h>
