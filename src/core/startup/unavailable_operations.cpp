@@ -40,6 +40,7 @@ int Runner::LaunchUpgradeRunnerExportPhase(bool /*wait*/) {
   return kRunnerFailure;
 }
 
+// The real one is on its way: path, rights and room of the folder.
 bool Security::ValidateExportDir() {
   LogScope log;
   log.Error(L"ValidateExportDir: Refused. This build can't check the export folder.");
