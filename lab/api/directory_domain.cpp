@@ -44,7 +44,8 @@ DWORD WINAPI DsGetDcNameW(LPCWSTR computer, LPCWSTR domain, GUID* domainGuid, LP
   if (controller == nullptr) return ERROR_INVALID_PARAMETER;
   const std::optional<Lab::Domain>& joined = Lab::TheMachine().Describe().domain;
   // A member that reaches no controller gets the answer of a machine outside any domain.
-  if (!joined || !joined->controller || joined->refusal == ERROR_NO_LOGON_SERVERS) {
+  if (!joined || !joined->controller ||
+      Lab::TheMachine().DomainRefusal() == ERROR_NO_LOGON_SERVERS) {
     return ERROR_NO_SUCH_DOMAIN;
   }
   *controller = MakeAnswer(*joined);

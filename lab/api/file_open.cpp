@@ -5,6 +5,7 @@
 #include "machine/call.h"
 #include "machine/machine.h"
 #include "machine/paths.h"
+#include "process/service_handles.h"
 #include "windows.h"
 
 namespace {
@@ -72,9 +73,10 @@ BOOL CloseHandle(HANDLE object) {
   if (call.FailsByPlan()) return FALSE;
   // That value names the process itself: closing it does nothing.
   if (object == INVALID_HANDLE_VALUE) return TRUE;
-  // The handle of a search isn't one of the system's objects.
-  const bool isSearch = Lab::Handles().FindAs<Lab::Find>(object) != nullptr;
-  if (!isSearch && Lab::Handles().Close(object)) return TRUE;
+  // The handles of a search and of the service manager aren't those of the system's objects.
+  const bool isOther = Lab::Handles().FindAs<Lab::Find>(object) != nullptr ||
+                       Lab::Handles().FindAs<Lab::ServiceControlObject>(object) != nullptr;
+  if (!isOther && Lab::Handles().Close(object)) return TRUE;
   SetLastError(ERROR_INVALID_HANDLE);
   return FALSE;
 }

@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -7,7 +6,9 @@
 
 #include "files/security_ids.h"
 #include "machine/call.h"
+#include "machine/handles.h"
 #include "machine/machine.h"
+#include "process/token.h"
 #include "secext.h"
 #include "securitybaseapi.h"
 #include "winerror.h"
@@ -61,14 +62,18 @@ BOOL WINAPI AllocateAndInitializeSid(PSID_IDENTIFIER_AUTHORITY authority, BYTE s
 BOOL WINAPI CheckTokenMembership(HANDLE token, PSID sid, PBOOL isMember) {
   const Lab::Call call("CheckTokenMembership");
   if (call.FailsByPlan()) return FALSE;
-  LAB_SUPPORTS(token == nullptr);
   LAB_SUPPORTS(sid != nullptr && isMember != nullptr);
-  const Lab::Description& machine = Lab::TheMachine().Describe();
   const std::wstring wanted = Lab::SidText(sid);
-  *isMember =
-      wanted == machine.userSid ||
-      std::any_of(machine.groups.begin(), machine.groups.end(),
-                  [&](const Lab::Group& group) { return group.sid == wanted && !group.denyOnly; });
+  if (token == nullptr) {
+    *isMember = Lab::TheMachine().Describe().UserIsOf(wanted);
+    return TRUE;
+  }
+  const auto object = Lab::Handles().FindAs<Lab::Token>(token);
+  if (object == nullptr || object->IsPrimary()) {
+    SetLastError(object == nullptr ? ERROR_INVALID_HANDLE : ERROR_NO_IMPERSONATION_TOKEN);
+    return FALSE;
+  }
+  *isMember = object->IsOf(wanted);
   return TRUE;
 }
 

@@ -8,6 +8,7 @@
 #include "machine/machine.h"
 #include "machine/paths.h"
 #include "shlobj.h"
+#include "sysinfoapi.h"
 #include "winerror.h"
 
 namespace {
@@ -41,6 +42,19 @@ HRESULT SHGetKnownFolderPath(REFKNOWNFOLDERID id, DWORD flags, HANDLE token, PWS
   if (folder.empty() || !IsFolder(folder)) return HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND);
   *path = wcsdup(folder.c_str());
   return S_OK;
+}
+
+UINT WINAPI GetSystemDirectoryW(LPWSTR buffer, UINT size) {
+  const Lab::Call call("GetSystemDirectoryW");
+  if (call.FailsByPlan()) return 0;
+  LAB_SUPPORTS(buffer != nullptr);
+  const Lab::Variables& variables = Lab::TheMachine().Describe().systemVariables;
+  const auto root = variables.find(L"SystemRoot");
+  LAB_SUPPORTS(root != variables.end());
+  const std::wstring folder = root->second + L"\\system32";
+  if (size <= folder.size()) return static_cast<UINT>(folder.size() + 1);
+  std::wmemcpy(buffer, folder.c_str(), folder.size() + 1);
+  return static_cast<UINT>(folder.size());
 }
 
 void CoTaskMemFree(LPVOID memory) { std::free(memory); }

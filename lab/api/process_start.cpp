@@ -8,6 +8,7 @@
 #include "machine/machine.h"
 #include "machine/paths.h"
 #include "machine/text.h"
+#include "process/command_interpreter.h"
 #include "process/command_line.h"
 #include "process/host_program.h"
 #include "process/process_objects.h"
@@ -48,6 +49,11 @@ DWORD Prepare(std::wstring_view commandLine, LPCWSTR folder, Lab::ChildProcess::
     return ERROR_DIRECTORY;
   }
   request.folder = place.host;
+  // The interpreter divides its command line by rules of its own.
+  if (Lab::IsCommandInterpreter(program.host)) {
+    request.command = Lab::InterpreterCommand(program.rest);
+    return ERROR_SUCCESS;
+  }
   request.command = Lab::HostCommand(program.host);
   if (request.command.empty()) return ERROR_BAD_EXE_FORMAT;
   for (const std::wstring& argument : Lab::SplitArguments(program.rest)) {

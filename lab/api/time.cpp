@@ -14,6 +14,12 @@ using Ticks = std::chrono::duration<std::int64_t, std::ratio<1, 10'000'000>>;
 
 }  // namespace
 
+DWORD WINAPI GetTickCount() {
+  const Lab::Call call("GetTickCount");
+  LAB_SUPPORTS(!call.PlannedError());
+  return static_cast<DWORD>(Lab::TheMachine().Clock().Ticks());
+}
+
 ULONGLONG WINAPI GetTickCount64() {
   const Lab::Call call("GetTickCount64");
   LAB_SUPPORTS(!call.PlannedError());

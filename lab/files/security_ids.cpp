@@ -27,4 +27,25 @@ std::wstring SidText(const void* sid) {
   return text;
 }
 
+std::vector<std::uint8_t> SidFromText(const std::wstring& text) {
+  std::vector<std::uint64_t> numbers;
+  for (std::size_t dash = text.find(L'-'); dash != std::wstring::npos;
+       dash = text.find(L'-', dash + 1)) {
+    numbers.push_back(std::stoull(text.substr(dash + 1)));
+  }
+  // Revision and authority come first.
+  const auto count = static_cast<std::uint8_t>(numbers.size() - 2);
+  std::vector<std::uint8_t> bytes(SidBytes(count));
+  bytes[0] = static_cast<std::uint8_t>(numbers[0]);
+  bytes[1] = count;
+  for (int i = 0; i < 6; ++i) {
+    bytes[static_cast<std::size_t>(7 - i)] = static_cast<std::uint8_t>(numbers[1] >> (8 * i));
+  }
+  for (std::size_t i = 0; i < count; ++i) {
+    const auto value = static_cast<std::uint32_t>(numbers[i + 2]);
+    std::memcpy(&bytes[offsetof(SID, SubAuthority) + i * sizeof value], &value, sizeof value);
+  }
+  return bytes;
+}
+
 }  // namespace Lab

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <string>
+#include <vector>
 
 #include "winnt.h"
 
@@ -16,5 +17,8 @@ bool IsValidSid(const SID& sid);
 
 /// \return The identifier as people write it: S-1-5-32-544. It may lie at any address.
 std::wstring SidText(const void* sid);
+
+/// \return The bytes of the identifier that SidText() writes so.
+std::vector<std::uint8_t> SidFromText(const std::wstring& text);
 
 }  // namespace Lab

@@ -1,6 +1,7 @@
 // Security identifiers and membership in groups.
 #pragma once
 
+#include <minwinbase.h>
 #include <minwindef.h>
 #include <winnt.h>
 
@@ -9,4 +10,6 @@ BOOL WINAPI AllocateAndInitializeSid(PSID_IDENTIFIER_AUTHORITY authority, BYTE s
                                      DWORD subAuthority3, DWORD subAuthority4, DWORD subAuthority5,
                                      DWORD subAuthority6, DWORD subAuthority7, PSID* sid);
 BOOL WINAPI CheckTokenMembership(HANDLE token, PSID sid, PBOOL isMember);
+BOOL WINAPI DuplicateTokenEx(HANDLE token, DWORD access, LPSECURITY_ATTRIBUTES attributes,
+                             SECURITY_IMPERSONATION_LEVEL level, TOKEN_TYPE type, PHANDLE copy);
 PVOID WINAPI FreeSid(PSID sid);

@@ -8,6 +8,7 @@
 
 #define LOGON32_PROVIDER_DEFAULT 0u
 #define LOGON32_LOGON_NETWORK 3u
+#define LOGON32_LOGON_SERVICE 5u
 
 #define CREATE_SUSPENDED 0x00000004u
 #define CREATE_NEW_CONSOLE 0x00000010u
@@ -24,6 +25,11 @@
 
 BOOL WINAPI CopyFileW(LPCWSTR source, LPCWSTR target, BOOL failIfExists);
 BOOLEAN WINAPI CreateSymbolicLinkW(LPCWSTR link, LPCWSTR target, DWORD flags);
+/// Lengths count the terminator when a buffer is too small, and don't on success.
+BOOL WINAPI LookupAccountNameW(LPCWSTR system, LPCWSTR account, PSID sid, LPDWORD sidBytes,
+                               LPWSTR domain, LPDWORD domainLength, PSID_NAME_USE use);
+BOOL WINAPI LookupAccountSidW(LPCWSTR system, PSID sid, LPWSTR name, LPDWORD nameLength,
+                              LPWSTR domain, LPDWORD domainLength, PSID_NAME_USE use);
 BOOL WINAPI LogonUserW(LPCWSTR user, LPCWSTR domain, LPCWSTR password, DWORD logonType,
                        DWORD provider, PHANDLE token);
 

@@ -27,6 +27,7 @@
 #include <wincon.h>
 #include <winnls.h>
 #include <winreg.h>
+#include <winsvc.h>
 #include <winuser.h>
 
 #include <crt.h>

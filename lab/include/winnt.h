@@ -60,6 +60,19 @@ struct FILE_NOTIFY_INFORMATION {
 };
 
 #define TOKEN_QUERY 0x0008u
+enum SECURITY_IMPERSONATION_LEVEL { SecurityAnonymous, SecurityIdentification };
+enum TOKEN_TYPE { TokenPrimary = 1, TokenImpersonation };
+enum SID_NAME_USE {
+  SidTypeUser = 1,
+  SidTypeGroup,
+  SidTypeDomain,
+  SidTypeAlias,
+  SidTypeWellKnownGroup,
+  SidTypeDeletedAccount,
+  SidTypeInvalid,
+  SidTypeUnknown
+};
+using PSID_NAME_USE = SID_NAME_USE*;
 #define SYNCHRONIZE 0x00100000u
 
 #define FILE_ATTRIBUTE_READONLY 0x00000001u

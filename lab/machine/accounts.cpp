@@ -1,12 +1,17 @@
 #include "machine/accounts.h"
 
+#include <algorithm>
 #include <map>
+#include <utility>
 
 #include "machine/text.h"
 #include "winerror.h"
 
 namespace Lab {
 namespace {
+
+/// Accounts that people make are counted from here.
+constexpr std::size_t kFirstAccountNumber = 1001;
 
 std::wstring Wide(const Json::Value& text) { return ToWide(text.asString()); }
 
@@ -38,18 +43,43 @@ std::optional<DomainController> ReadController(const Json::Value& controller) {
 
 }  // namespace
 
+bool Account::IsOf(std::wstring_view wanted) const {
+  return sid == wanted || std::ranges::find(groups, wanted) != groups.end();
+}
+
 bool Domain::IsNamed(std::wstring_view text) const {
   return EqualNoCase(text, name) || EqualNoCase(text, netbiosName);
 }
 
-std::vector<Account> ReadAccounts(const Json::Value& accounts) {
+std::wstring ComputerSid(const std::wstring& computerName, const std::wstring& userName,
+                         const std::wstring& userSid) {
+  const bool isUserLocal = EqualNoCase(userName.substr(0, userName.find(L'\\')), computerName);
+  if (!isUserLocal) return L"S-1-5-21-3623811015-3361044348-30300820";
+  return userSid.substr(0, userSid.rfind(L'-'));
+}
+
+std::vector<Account> ReadAccounts(const Json::Value& accounts, const std::wstring& computerName,
+                                  const std::wstring& userName, const std::wstring& userSid) {
   std::vector<Account> read;
   for (const std::string& fullName : accounts.getMemberNames()) {
     const std::size_t backslash = fullName.find('\\');
-    const Json::Value& account = accounts[fullName];
-    read.push_back({ToWide(fullName.substr(0, backslash)), ToWide(fullName.substr(backslash + 1)),
-                    Wide(account["password"]),
-                    RefusalOfAccount(account.get("state", "usable").asString())});
+    const Json::Value& description = accounts[fullName];
+    Account account{ToWide(fullName.substr(0, backslash)), ToWide(fullName.substr(backslash + 1)),
+                    Wide(description["password"]),
+                    RefusalOfAccount(description.get("state", "usable").asString())};
+    for (const Json::Value& group : description["groups"]) account.groups.push_back(Wide(group));
+    account.mayLogOnAsService = description.get("serviceLogon", false).asBool();
+    if (description.isMember("sid")) {
+      account.sid = Wide(description["sid"]);
+    } else if (EqualNoCase(ToWide(fullName), userName)) {
+      account.sid = userSid;
+    } else {
+      account.sid = EqualNoCase(account.domain, computerName)
+                        ? ComputerSid(computerName, userName, userSid)
+                        : std::wstring(kDomainSid);
+      account.sid += L'-' + std::to_wstring(kFirstAccountNumber + read.size());
+    }
+    read.push_back(std::move(account));
   }
   return read;
 }
@@ -58,7 +88,7 @@ std::optional<Domain> ReadDomain(const Json::Value& domain) {
   if (domain.isNull()) return std::nullopt;
   return Domain{Wide(domain["name"]), Wide(domain["netbiosName"]),
                 RefusalOfDomain(domain.get("trust", "whole").asString()),
-                ReadController(domain["controller"])};
+                ReadController(domain["controller"]), domain.get("answersAfter", 0).asUInt()};
 }
 
 }  // namespace Lab

@@ -18,6 +18,12 @@ struct Account {
   /// The error of a logon that is otherwise right: 1331 disabled, 1330 expired and the like; 0 for
   /// an account that is in order.
   std::uint32_t refusal = 0;
+  std::wstring sid{};
+  std::vector<std::wstring> groups{};  ///< SIDs.
+  bool mayLogOnAsService = false;
+
+  /// \return True when the account is that of the SID or belongs to that group.
+  bool IsOf(std::wstring_view wanted) const;
 };
 
 /// A controller of the domain.
@@ -34,13 +40,27 @@ struct Domain {
   /// for a machine that the domain doesn't trust; 0 when all is well.
   std::uint32_t refusal = 0;
   std::optional<DomainController> controller;  ///< Nothing when none can be found.
+  /// Milliseconds of the machine after a program's start for which nobody of the domain answers it.
+  std::uint32_t answersAfter = 0;
 
   /// \return True when \p text is one of the domain's names, in any case.
   bool IsNamed(std::wstring_view text) const;
 };
 
-/// \param accounts  The description's member, already tested against the schema.
-std::vector<Account> ReadAccounts(const Json::Value& accounts);
+/// What identifiers of accounts in the domain begin with; the domain's own.
+inline constexpr std::wstring_view kDomainSid = L"S-1-5-21-1004336348-1177238915-682003330";
+
+/// \return What identifiers of the computer's accounts begin with, and its own: that of its user,
+///         unless the user is one of a domain.
+std::wstring ComputerSid(const std::wstring& computerName, const std::wstring& userName,
+                         const std::wstring& userSid);
+
+/// \param accounts  The description's member, already tested against the schema. An account without
+///                  a SID gets one: the user's, or a number of its own behind its computer's or
+///                  domain's.
+/// \param userName  The machine's own user, DOMAIN\name.
+std::vector<Account> ReadAccounts(const Json::Value& accounts, const std::wstring& computerName,
+                                  const std::wstring& userName, const std::wstring& userSid);
 
 /// \param domain  The description's member; null for a machine outside a domain.
 std::optional<Domain> ReadDomain(const Json::Value& domain);

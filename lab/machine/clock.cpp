@@ -34,8 +34,10 @@ std::uint64_t Clock::Ticks() const {
   return stoppedAt_ ? *stoppedAt_ : RunningTicks();
 }
 
+std::uint64_t Clock::Age() const { return Ticks() - openedAt_; }
+
 std::uint64_t Clock::TimeOfDay() const {
-  if (settings_.startTime) return *settings_.startTime + (Ticks() - openedAt_) * 10'000;
+  if (settings_.startTime) return *settings_.startTime + Age() * 10'000;
   const auto now = system_clock::now().time_since_epoch();
   return kUnixEpoch + static_cast<std::uint64_t>(
                           std::chrono::duration_cast<
@@ -46,6 +48,7 @@ std::uint64_t Clock::TimeOfDay() const {
 void Clock::Sleep(std::uint64_t milliseconds) {
   const std::uint64_t end = Ticks() + milliseconds;
   std::unique_lock lock(mutex_);
+  if (movesBySleeps_) stoppedAt_ = std::max(*stoppedAt_, end);
   while ((stoppedAt_ ? *stoppedAt_ : RunningTicks()) < end) {
     if (stoppedAt_) {
       moved_.wait(lock);
@@ -60,6 +63,12 @@ void Clock::Stop() {
   const std::lock_guard lock(mutex_);
   if (!stoppedAt_) stoppedAt_ = RunningTicks();
   moved_.notify_all();
+}
+
+void Clock::MoveBySleeps() {
+  Stop();
+  const std::lock_guard lock(mutex_);
+  movesBySleeps_ = true;
 }
 
 void Clock::Advance(std::uint64_t milliseconds) {

@@ -24,6 +24,9 @@ class Clock {
   /// \return Milliseconds since the machine's start. Processes of one instance agree on them.
   std::uint64_t Ticks() const;
 
+  /// \return Milliseconds since this process opened the machine.
+  std::uint64_t Age() const;
+
   /// \return Time of day, UTC, in steps of 100 ns since the first day of 1601.
   std::uint64_t TimeOfDay() const;
 
@@ -32,6 +35,10 @@ class Clock {
 
   /// The clock stands from now on and moves only by Advance(). For tests in this process.
   void Stop();
+
+  /// The clock stands from now on, and whoever sleeps moves it by that much instead of waiting. For
+  /// tests in this process: what waits goes on at once, and time is exactly what was slept.
+  void MoveBySleeps();
 
   /// Moves a stopped clock and wakes who slept until then.
   void Advance(std::uint64_t milliseconds);
@@ -49,6 +56,7 @@ class Clock {
   mutable std::mutex mutex_;
   std::condition_variable moved_;
   std::optional<std::uint64_t> stoppedAt_;
+  bool movesBySleeps_ = false;
 };
 
 /// A time-out as waiting functions take it: milliseconds of the machine, or INFINITE.

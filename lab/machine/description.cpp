@@ -2,6 +2,7 @@
 
 #include <json/reader.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <fstream>
@@ -106,6 +107,14 @@ Fault ReadFault(const Json::Value& entry) {
 
 }  // namespace
 
+bool Description::UserIsOf(std::wstring_view wanted) const {
+  return wanted == userSid || std::ranges::any_of(groups, [&](const Group& group) {
+           return group.sid == wanted && !group.denyOnly;
+         });
+}
+
+bool Description::UserIsAdministrator() const { return UserIsOf(kAdministrators); }
+
 Json::Value ReadJson(const std::filesystem::path& file) {
   std::ifstream in(file, std::ios::binary);
   if (!in) throw MachineError(file.string() + ": can't be read");
@@ -137,8 +146,12 @@ Description ParseDescription(const Json::Value& document, const std::filesystem:
       static_cast<std::uint16_t>(document["computer"].get("uiLanguage", 1033).asUInt());
   description.sessionId = document["computer"].get("session", 1).asUInt();
   ReadUser(document["user"], description);
-  description.accounts = ReadAccounts(document["accounts"]);
+  description.computerSid =
+      ComputerSid(description.computerName, description.userName, description.userSid);
+  description.accounts = ReadAccounts(document["accounts"], description.computerName,
+                                      description.userName, description.userSid);
   description.domain = ReadDomain(document["domain"]);
+  description.services = ReadServices(document["services"]);
   ReadProgram(document["program"], description);
   ReadEnvironment(document["environment"], description);
   for (const std::string& name : document["programs"].getMemberNames()) {

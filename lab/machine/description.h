@@ -17,6 +17,7 @@
 #include "machine/address_map.h"
 #include "machine/clock.h"
 #include "machine/faults.h"
+#include "machine/services.h"
 #include "machine/variables.h"
 
 namespace Lab {
@@ -55,8 +56,15 @@ struct Description {
   std::wstring userSid;
   std::vector<Group> groups;
 
+  /// \return True when the user is of the SID: himself, or by a group that isn't there to deny.
+  bool UserIsOf(std::wstring_view wanted) const;
+  bool UserIsAdministrator() const;
+
   std::vector<Account> accounts;
   std::optional<Domain> domain;  ///< Nothing for a machine of a workgroup.
+  std::wstring computerSid;
+
+  Services services;
 
   std::wstring programPath;  ///< Where the agent's program lies.
   std::wstring currentDirectory;

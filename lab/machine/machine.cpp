@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "machine/reg_file.h"
+#include "winerror.h"
 
 namespace Lab {
 namespace {
@@ -75,7 +76,14 @@ Machine::Machine(const std::filesystem::path& folder)
       description_(ReadDescription(folder_)),
       registry_(RegistryFile(folder_)),
       faults_(description_.faults),
-      clock_(description_.clock) {}
+      clock_(description_.clock),
+      serviceStates_(folder_, clock_) {}
+
+std::uint32_t Machine::DomainRefusal() const {
+  if (!description_.domain) return ERROR_NO_SUCH_DOMAIN;
+  if (clock_.Age() < description_.domain->answersAfter) return ERROR_NO_LOGON_SERVERS;
+  return description_.domain->refusal;
+}
 
 Machine& TheMachine() {
   Machine* const machine = gMachine;

@@ -3,6 +3,7 @@
 //   machine.json   the whole description
 //   drive_c/       and further drives: the machine's files
 //   registry.reg   the registry as it is now
+//   services.json  states of services that differ from the description, if there are any
 //   run/           what running processes share: locks, named objects
 #pragma once
 
@@ -13,6 +14,7 @@
 #include "machine/description.h"
 #include "machine/faults.h"
 #include "machine/registry.h"
+#include "machine/service_states.h"
 
 namespace Lab {
 
@@ -29,6 +31,12 @@ class Machine {
   Lab::Registry& Registry() { return registry_; }
   FaultPlan& Faults() { return faults_; }
   Lab::Clock& Clock() { return clock_; }
+  Lab::ServiceStates& ServiceStates() { return serviceStates_; }
+
+  /// \return The error of every request to the joined domain at the moment: 1311 as long as nobody
+  ///         answers, 1786 to 1789 where the domain doesn't trust the machine, 1355 without a
+  ///         domain; 0 when all is well.
+  std::uint32_t DomainRefusal() const;
 
   /// Calls of WSAStartup that no WSACleanup has undone yet.
   std::atomic<int>& SocketStartups() { return socketStartups_; }
@@ -39,6 +47,7 @@ class Machine {
   Lab::Registry registry_;
   FaultPlan faults_;
   Lab::Clock clock_;
+  Lab::ServiceStates serviceStates_;
   std::atomic<int> socketStartups_{0};
 };
 

@@ -2,9 +2,11 @@
 #include <cstdio>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "machine/machine.h"
 #include "machine/start.h"
+#include "machine_services.h"
 
 namespace {
 
@@ -12,10 +14,15 @@ constexpr char kUsage[] =
     "usage: lab-machine list\n"
     "       lab-machine validate NAME|FOLDER|FILE...\n"
     "       lab-machine start NAME|FOLDER|FILE INSTANCE\n"
+    "       lab-machine services INSTANCE\n"
+    "       lab-machine start-services|stop-services INSTANCE SERVICE...\n"
     "\n"
     "  list      names and summaries of the machines that come with the lab\n"
     "  validate  tells the first fault of each machine, or that it's well described\n"
-    "  start     makes the instance folder INSTANCE, for HALVARD_LAB\n";
+    "  start     makes the instance folder INSTANCE, for HALVARD_LAB\n"
+    "  services  names, states and accounts of an instance's services\n"
+    "  start-services, stop-services\n"
+    "            start or stop services in the given order; each is waited for before the next\n";
 
 /// \return The machine that an argument means: a path where there is one, else a name.
 std::filesystem::path FindMachine(const std::string& argument) {
@@ -60,6 +67,12 @@ int main(int argc, char** argv) {
     if (command == "list" && argc == 2) return List();
     if (command == "validate" && argc > 2) return Validate(argc - 2, argv + 2);
     if (command == "start" && argc == 4) return Start(argv[2], argv[3]);
+    if (command == "services" && argc == 3) return Lab::ListServices(argv[2]);
+    if (command.ends_with("-services") && argc > 3) {
+      const std::vector<std::string> names(argv + 3, argv + argc);
+      if (command == "start-services") return Lab::StartServices(argv[2], names);
+      if (command == "stop-services") return Lab::StopServices(argv[2], names);
+    }
   } catch (const std::exception& error) {
     std::fprintf(stderr, "lab-machine: %s\n", error.what());
     return 1;
