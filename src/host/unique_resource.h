@@ -79,6 +79,14 @@ struct RegistryKeyTraits {
 };
 using UniqueRegistryKey = UniqueResource<RegistryKeyTraits>;
 
+/// Handles of the service manager and of services.
+struct ServiceHandleTraits {
+  using Type = SC_HANDLE;
+  static Type Invalid() { return nullptr; }
+  static void Release(Type service) { CloseServiceHandle(service); }
+};
+using UniqueServiceHandle = UniqueResource<ServiceHandleTraits>;
+
 /// Texts that the shell allocated for the caller.
 struct TaskMemoryTraits {
   using Type = PWSTR;

@@ -6,11 +6,12 @@
 namespace {
 
 thread_local int gFailing = 0;
+thread_local int gSpared = 0;
 
 }  // namespace
 
 void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
-  if (gFailing > 0) return nullptr;
+  if (gFailing > 0 && gSpared-- <= 0) return nullptr;
   try {
     return ::operator new[](size);
   } catch (const std::bad_alloc&) {
@@ -20,7 +21,10 @@ void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
 
 namespace Halvard::Testing {
 
-FailingAllocation::FailingAllocation() { ++gFailing; }
+FailingAllocation::FailingAllocation(int spared) {
+  ++gFailing;
+  gSpared = spared;
+}
 FailingAllocation::~FailingAllocation() { --gFailing; }
 
 }  // namespace Halvard::Testing

@@ -3,10 +3,11 @@
 
 namespace Halvard::Testing {
 
-/// As long as one lives, `new (std::nothrow) T[n]` of this program gives null.
+/// As long as one lives, `new (std::nothrow) T[n]` of this thread gives null, once the first few
+/// that are spared are over.
 class FailingAllocation {
  public:
-  FailingAllocation();
+  explicit FailingAllocation(int spared = 0);
   FailingAllocation(const FailingAllocation&) = delete;
   FailingAllocation& operator=(const FailingAllocation&) = delete;
   ~FailingAllocation();

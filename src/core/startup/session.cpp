@@ -23,6 +23,7 @@
 #include "host/windows_api.h"
 #include "security/certificate.h"
 #include "security/https_server.h"
+#include "security/service_accounts.h"
 #include "serverclient/inventory_size.h"
 
 namespace Halvard {
@@ -48,6 +49,15 @@ bool ReadTumInfo(Session& session) {
   return true;
 }
 
+bool FindServiceAccount(Session& session) {
+  if (!Security::RetrieveKelvdServiceAccountUser()) {
+    ReportFatal(L"wmain: %s", 1127);
+    return false;
+  }
+  session.input.kvSaUser = gProperties[L"KELVD_SA_USER"].Value();
+  return true;
+}
+
 /// What a migration of this type needs to know of the machine beyond its products.
 bool ExamineSource(Session& session) {
   if (session.migrationType == L"infrastructure") {
@@ -56,8 +66,7 @@ bool ExamineSource(Session& session) {
     return false;
   }
   if (session.migrationType == L"tum") return ReadTumInfo(session);
-  // Not there yet: asking for the account of the Kelvane Server service, which is kvSaUser then.
-  return true;
+  return FindServiceAccount(session);
 }
 
 bool DeriveAdministrator(Session& session) {

@@ -2,7 +2,6 @@
 // can't check credentials must not go on as if it had. The file goes, function by function, as the
 // real ones come.
 #include "core/logging.h"
-#include "host/services.h"
 #include "network/directory_domain.h"
 #include "network/name_resolution.h"
 #include "network/name_validation.h"
@@ -12,27 +11,8 @@
 #include "runner/export_phase.h"
 #include "runner/runner_launch.h"
 #include "security/export_directory.h"
-#include "security/service_accounts.h"
 
 namespace Halvard {
-
-bool Security::ValidateServiceAccountCredentials(const std::wstring&, const std::wstring&) {
-  LogScope log;
-  log.Error(L"ValidateServiceAccountCredentials: Refused. This build can't check accounts.");
-  return false;
-}
-
-std::vector<std::wstring> Host::StartServices(const std::vector<std::wstring>&) {
-  LogScope log;
-  log.Error(L"StartServices: Refused. This build can't start services.");
-  return {};
-}
-
-bool Host::ServiceControlStartStopAllServices(bool /*start*/) {
-  LogScope log;
-  log.Error(L"ServiceControlStartStopAllServices: Refused. This build can't control services.");
-  return false;
-}
 
 int Runner::LaunchUpgradeRunnerExportPhase(bool /*wait*/) {
   LogScope log;

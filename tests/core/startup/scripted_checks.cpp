@@ -120,4 +120,12 @@ bool Security::ValidateServiceAccountCredentials(const std::wstring& user,
   return IsAccepted(password);
 }
 
+bool Security::RetrieveKelvdServiceAccountUser() {
+  Note("RetrieveKelvdServiceAccountUser");
+  wchar_t account[64] = {};
+  (void)GetEnvironmentVariableW(Testing::kServiceAccountVariable, account, 64);
+  gProperties[L"KELVD_SA_USER"] = account;
+  return true;
+}
+
 }  // namespace Halvard
