@@ -89,6 +89,20 @@ fs::path PlaceIn(const fs::path& instance, const std::string& windowsPath) {
   return instance / (std::string("drive_") + drive) / below.substr(1);
 }
 
+/// Puts what comes with the agent beside its program.
+void PlacePackages(const Json::Value& program, const fs::path& instance) {
+  const fs::path folder = PlaceIn(instance, program["path"].asString()).parent_path();
+  for (const Json::Value& name : program["packages"]) {
+    const fs::path package = fs::path(LAB_PACKAGES_FOLDER) / name.asString();
+    if (!fs::exists(package)) {
+      throw MachineError("/program/packages: expected packages that the build has made; " +
+                         package.string() + " isn't there");
+    }
+    fs::create_directories(folder);
+    fs::copy_file(package, folder / package.filename());
+  }
+}
+
 }  // namespace
 
 DescribedMachine::DescribedMachine(const fs::path& folder) {
@@ -128,6 +142,7 @@ void DescribedMachine::Start(const fs::path& instance) const {
   for (const Json::Value& folder : document_["folders"]) {
     fs::create_directories(PlaceIn(instance, folder.asString()));
   }
+  PlacePackages(document_["program"], instance);
   WriteFile(instance / "registry.reg", WriteRegFile(ReadRegistry(layers_)));
   WriteDescription(document_, instance);
 }
