@@ -161,6 +161,10 @@ Description ParseDescription(const Json::Value& document, const std::filesystem:
     description.knownFolders[name] = Wide(document["knownFolders"][name]);
   }
   ReadProducts(document["products"], description);
+  description.installerBusy = document["installer"].get("busy", false).asBool();
+  for (const std::string& drive : document["disks"].getMemberNames()) {
+    description.freeBytes[ToWide(drive).front()] = document["disks"][drive]["free"].asUInt64();
+  }
   description.tcp = ReadEndPoints(document["ports"]["tcp"]);
   description.udp = ReadEndPoints(document["ports"]["udp"]);
   description.hostEndPoints = document["ports"].get("host", false).asBool();

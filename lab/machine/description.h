@@ -80,6 +80,10 @@ struct Description {
 
   std::map<std::string, std::wstring> knownFolders;  ///< By name: "LocalAppData", "Desktop".
   std::vector<Product> products;
+  bool installerBusy = false;  ///< Somebody else has the installer at work.
+
+  /// Bytes that are left on drives, by their letters in upper case. Of others the host decides.
+  std::map<wchar_t, std::uint64_t> freeBytes;
 
   std::vector<EndPoint> tcp;
   std::vector<EndPoint> udp;
