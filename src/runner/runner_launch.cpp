@@ -8,6 +8,7 @@
 #include "core/temp_directory.h"
 #include "host/files.h"
 #include "host/windows_api.h"
+#include "runner/package_layout.h"
 #include "runner/process_monitor.h"
 #include "runner/runner_input.h"
 
@@ -16,12 +17,6 @@ namespace Halvard::Runner {
 bool automatedTumUpgrade = false;
 
 namespace {
-
-constexpr wchar_t kInterpreter[] = L"\\PFiles\\Ostrel\\Rimsa\\python\\python.exe";
-constexpr wchar_t kRunnerScript[] =
-    L"\\PFiles\\Ostrel\\Rimsa\\rimsa_upgrade_runner\\UpgradeRunner.py";
-constexpr wchar_t kOrchestratorScript[] =
-    L"\\PFiles\\Ostrel\\Rimsa\\rimsa_upgrade_runner\\UpgradeOrchestrator.py";
 
 /// One launch. Its end removes what must not outlive it.
 class RunnerLaunch {

@@ -14,7 +14,7 @@ import unittest
 from pathlib import Path
 
 import wine_machine
-from wine_machine import AGENT, CLIENT, SCRIPTED_AGENT, Machine
+from wine_machine import AGENT, CLIENT, SCRIPTED_AGENT, WHOLE_AGENT, Machine
 
 SKIPPED = 77  # what CTest takes for a test that chose not to run
 FAILURE = 255  # -1, of which a host process keeps the lower byte
@@ -184,7 +184,7 @@ class KelvaneServer(WineTest):
         return [line['operation'] for line in lines if line['event'] == 'request']
 
     def test_proves_the_password_and_counts_the_inventory(self):
-        run = self.machine.run(AGENT, '-p', ACCEPTED_PASSWORD)
+        run = self.machine.run(WHOLE_AGENT, '-p', ACCEPTED_PASSWORD)
         log = self.machine.log()
         self.assertIn('I: ValidateKvAdminCredentials: Successfully validated KV credentials for '
                       f'Host:localhost, Port:{self.server["port"]}, TunnelPath:, '
@@ -268,9 +268,7 @@ class Server(WineTest):
             self.skipTest('the host has no network adapter beside the loopback one')
         super().setUp()
         install_single_sign_on(self.machine)
-        # Earlier steps of a whole migration would have made it.
         folder = self.machine.path(self.machine.variable('LOCALAPPDATA')) / 'Ostrel' / 'Halvard'
-        folder.mkdir(parents=True)
         self.certificate = folder / 'hv_cert.pem'
         self.port = free_port()
         self.agent = self.machine.start(SCRIPTED_AGENT, '-p', ACCEPTED_PASSWORD, '-o', self.port,

@@ -20,6 +20,8 @@ from typing import Callable, List, NamedTuple, Optional
 
 BUILD = Path(os.environ['HALVARD_BUILD'])
 AGENT = BUILD / 'bin' / 'Ostrel-Halvard.exe'
+# The agent with what Wine lacks put in.
+WHOLE_AGENT = BUILD / 'tests' / 'halvard_on_wine.exe'
 SCRIPTED_AGENT = BUILD / 'tests' / 'halvard_scripted.exe'
 CLIENT = BUILD / 'bin' / 'hvctl.exe'
 

@@ -98,6 +98,13 @@ void AskToKeepConsoleOpen() {
   PrintLine(RuleLine());
 }
 
+bool ExtractRunner(Session& session) {
+  session.extractor.emplace();
+  if (session.extractor->Extracted()) return true;
+  gProperties[L"HV_INIT_ERROR"] = L"Failed to extract Halvard scripts.";
+  return false;
+}
+
 void StoreAdministrator(const Session& session) {
   gProperties[L"SSO_USERNAME"] = session.input.ssoUser;
   gProperties[L"SSO_PASSWORD"] = session.input.ssoPassword;
@@ -183,7 +190,7 @@ bool StartSession(Session& session) {
   if (!TakeInput(session)) return false;
   if (!PickHVPort(session.input)) return false;
   AskToKeepConsoleOpen();
-  // Not there yet: extracting the runner.
+  if (!ExtractRunner(session)) return false;
   StoreAdministrator(session);
   if (!SizeInventory(session)) return false;
   PauseForDebugging();

@@ -7,6 +7,7 @@
 #include "core/user_input.h"
 #include "network/adapters.h"
 #include "pion/scheduler.h"
+#include "runner/runner_extraction.h"
 
 namespace Halvard {
 
@@ -25,8 +26,9 @@ struct Session {
   std::wstring migrationType;
 
   // What ends with the run, in the reverse of this order.
-  // Not there yet: the extracted runner, and behind it the opening in the firewall.
+  // Not there yet: behind the extracted runner, the opening in the firewall.
   std::optional<Network::AdapterAddressesWrapper> adapters;
+  std::optional<Runner::PythonUpgradeRunnerExtractor> extractor;
   std::optional<pion::single_service_scheduler> scheduler;
 };
 
