@@ -50,6 +50,26 @@ TEST(Clock, SleeperOnAStoppedClockWaitsForItsTime) {
   EXPECT_TRUE(awake);
 }
 
+TEST(Clock, MayBeMovedByWhoeverSleeps) {
+  Clock clock({});
+  clock.MoveBySleeps();
+  const std::uint64_t at = clock.Ticks();
+  clock.Sleep(60'000);
+  EXPECT_EQ(clock.Ticks(), at + 60'000);
+  clock.Advance(1);
+  clock.Sleep(0);
+  EXPECT_EQ(clock.Ticks(), at + 60'001);
+}
+
+TEST(Clock, CountsItsAgeFromItsOpening) {
+  Clock clock({});
+  clock.MoveBySleeps();
+  const std::uint64_t age = clock.Age();
+  EXPECT_LT(age, 60'000u);
+  clock.Sleep(60'000);
+  EXPECT_EQ(clock.Age(), age + 60'000);
+}
+
 TEST(Clock, TimeOfDayGoesOnFromTheDescribedOne) {
   constexpr std::uint64_t kStart = 133'537'247'989'870'000;
   Clock clock({.speed = 1, .startTime = kStart});

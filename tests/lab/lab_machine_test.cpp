@@ -1,12 +1,14 @@
 // lab-machine as a person runs it.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <json/json.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <sys/wait.h>
 
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <string>
 
 namespace {
@@ -68,6 +70,81 @@ TEST_F(LabMachine, UnknownNameIsAFault) {
   const Outcome faulty = RunTool("validate nobody");
   EXPECT_EQ(faulty.exitCode, 1);
   EXPECT_THAT(faulty.output, HasSubstr("nobody/machine.json: can't be read"));
+}
+
+/// The tool on an instance of its own.
+class LabMachineServices : public LabMachine {
+ protected:
+  LabMachineServices() { RunTool("start infrastructure-5.5 " + instance_); }
+
+  Outcome Run(const std::string& command, const std::string& services = "") {
+    return RunTool(command + " " + instance_ + " " + services);
+  }
+
+  /// Describes one service in place of all others, on a clock that doesn't cost the test its time.
+  void Describe(const std::string& start) {
+    std::ifstream in(folder_ / "here" / "machine.json");
+    Json::Value document;
+    in >> document;
+    document["clock"]["speed"] = 10'000;
+    std::istringstream(R"({"one": {"program": "x", "state": "stopped", "start": )" + start +
+                       "}}") >>
+        document["services"];
+    in.close();
+    std::ofstream(folder_ / "here" / "machine.json") << document;
+  }
+
+  const std::string instance_ = "'" + (folder_ / "here").string() + "'";
+};
+
+TEST_F(LabMachineServices, AreListed) {
+  const Outcome list = Run("services");
+  EXPECT_EQ(list.exitCode, 0);
+  EXPECT_THAT(list.output, HasSubstr("OstrelSTS                    running       LocalSystem\n"));
+  EXPECT_THAT(list.output, HasSubstr("Null                         running       (driver)\n"));
+  EXPECT_THAT(list.output, HasSubstr("Spooler                      stopped       LocalSystem\n"));
+}
+
+TEST_F(LabMachineServices, AreStoppedAndStarted) {
+  const Outcome stop = Run("stop-services", "ostrelsts OstrelKdcService");
+  EXPECT_EQ(stop.exitCode, 0);
+  EXPECT_EQ(stop.output,
+            "OstrelSTS                    stopped\nOstrelKdcService             stopped\n");
+  EXPECT_THAT(Run("services").output, HasSubstr("OstrelSTS                    stopped "));
+  const Outcome start = Run("start-services", "OstrelKdcService EventLog");
+  EXPECT_EQ(start.exitCode, 0);
+  EXPECT_EQ(start.output,
+            "OstrelKdcService             running\nEventLog                     running\n");
+  EXPECT_THAT(Run("services").output, HasSubstr("OstrelSTS                    stopped "));
+}
+
+TEST_F(LabMachineServices, ThatMakeProgressAreWaitedFor) {
+  std::string steps = R"({"milliseconds": 25000})";
+  for (int i = 0; i < 3; ++i) steps += R"(, {"milliseconds": 25000})";
+  Describe("{\"steps\": [" + steps + "]}");
+  EXPECT_EQ(Run("start-services", "one").output, "one                          running\n");
+}
+
+TEST_F(LabMachineServices, ThatDoNotComeUpAreAFailure) {
+  Describe(R"({"outcome": "hangs"})");
+  const Outcome hang = Run("start-services", "one EventLog");
+  EXPECT_EQ(hang.exitCode, 1);
+  EXPECT_EQ(hang.output, "one                          startPending\n");
+  Run("stop-services", "one");
+  Describe(R"({"error": 1069})");
+  const Outcome error = Run("start-services", "one");
+  EXPECT_EQ(error.exitCode, 1);
+  EXPECT_EQ(error.output, "one                          fails to start with code 1069\n");
+}
+
+TEST_F(LabMachineServices, UnknownOneIsAFault) {
+  for (const char* command : {"start-services", "stop-services"}) {
+    const Outcome unknown = Run(command, "nobody");
+    EXPECT_EQ(unknown.exitCode, 1);
+    EXPECT_THAT(unknown.output, HasSubstr("/services: no service \"nobody\""));
+  }
+  EXPECT_EQ(Run("start-services").exitCode, 2);
+  EXPECT_EQ(Run("resume-services", "one").exitCode, 2);
 }
 
 TEST_F(LabMachine, ExplainsItself) {

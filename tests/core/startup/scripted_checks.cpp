@@ -122,9 +122,7 @@ bool Security::ValidateServiceAccountCredentials(const std::wstring& user,
 
 bool Security::RetrieveKelvdServiceAccountUser() {
   Note("RetrieveKelvdServiceAccountUser");
-  wchar_t account[64] = {};
-  (void)GetEnvironmentVariableW(Testing::kServiceAccountVariable, account, 64);
-  gProperties[L"KELVD_SA_USER"] = account;
+  gProperties[L"KELVD_SA_USER"] = L"";
   return true;
 }
 

@@ -24,10 +24,6 @@ inline constexpr wchar_t kExtensionFailureVariable[] = L"SCRIPTED_EXTENSION_FAIL
 /// the gateway, "gateway". Each of the two leaves a line in the log.
 inline constexpr wchar_t kCheckFailureVariable[] = L"SCRIPTED_CHECK_FAILURE";
 
-/// The variable by which a test gives the service an account. Without it the service has the
-/// default one.
-inline constexpr wchar_t kServiceAccountVariable[] = L"SCRIPTED_SERVICE_ACCOUNT";
-
 /// The variable by which a test gives the address that migrates. Without it none is known.
 inline constexpr wchar_t kAddressVariable[] = L"SCRIPTED_ADDRESS";
 
