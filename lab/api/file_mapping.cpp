@@ -1,6 +1,7 @@
 // Files mapped into memory, whole and read-only.
 #include <sys/mman.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <map>
@@ -28,14 +29,35 @@ class Mapping : public Lab::Object {
 
   const char* TypeName() const override { return "Section"; }
 
-  /// \return Where the file is in memory now; null with errno after a failure.
+  /// \return What the file holds now, as it was read one piece after the other; null with errno
+  ///         after a failure.
+  ///
+  /// It is a copy: nobody can cut a mapped file on Windows, but a program of the host can, and a
+  /// reader of a real mapping would die of it. Bytes that are already gone are zeros.
   void* Map() const {
-    void* const view = mmap(nullptr, size_, PROT_READ, MAP_SHARED, file_->Descriptor(), 0);
-    return view == MAP_FAILED ? nullptr : view;
+    void* const view =
+        mmap(nullptr, size_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (view == MAP_FAILED) return nullptr;
+    if (Fill(static_cast<char*>(view)) && mprotect(view, size_, PROT_READ) == 0) return view;
+    const int error = errno;
+    munmap(view, size_);
+    errno = error;
+    return nullptr;
   }
   void Unmap(void* view) const { munmap(view, size_); }
 
  private:
+  bool Fill(char* view) const {
+    for (std::size_t filled = 0; filled < size_;) {
+      const ssize_t count =
+          pread(file_->Descriptor(), view + filled, size_ - filled, static_cast<off_t>(filled));
+      if (count < 0 && errno == EINTR) continue;
+      if (count <= 0) return count == 0;
+      filled += static_cast<std::size_t>(count);
+    }
+    return true;
+  }
+
   const std::shared_ptr<Lab::OpenFile> file_;
   const std::size_t size_;
 };
