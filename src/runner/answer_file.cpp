@@ -9,6 +9,7 @@
 #include "core/temp_directory.h"
 #include "core/text.h"
 #include "host/windows_api.h"
+#include "runner/export_output.h"
 
 namespace Halvard::Runner {
 namespace {
@@ -36,9 +37,9 @@ bool CreateReplyFile(const Json::Value& answer) {
   Json::Value reply(Json::objectValue);
   reply["answer"] = answer;
   const std::wstring directory = GetTempDirectory();
-  const std::wstring outputPath = directory + L"UpgradeRunnerExportOutput.json";
+  const std::wstring outputPath = directory + kExportOutputFile;
   Json::Value output;
-  if (!LoadJsonFromFile(outputPath, output, FILE_ATTRIBUTE_NORMAL)) {
+  if (!LoadExportOutput(outputPath, output)) {
     log.Error(L"CreateReplyFile: Failed to read the json file at [%s].", outputPath.c_str());
     return false;
   }

@@ -8,6 +8,7 @@
 #include "core/temp_directory.h"
 #include "host/files.h"
 #include "host/windows_api.h"
+#include "runner/export_output.h"
 #include "runner/package_layout.h"
 #include "runner/process_monitor.h"
 #include "runner/runner_input.h"
@@ -85,7 +86,7 @@ bool RunnerLaunch::BuildArguments(const std::wstring& locale) {
     case RunnerPhaseExport:
       arguments_ = L"--mode=export";
       if (gProperties[L"UR_SILENT_EXPORT"] == L"1") arguments_ += L" --silent";
-      outputPath_ = tempDirectory_ + L"UpgradeRunnerExportOutput.json";
+      outputPath_ = tempDirectory_ + kExportOutputFile;
       break;
     default:
       log_.Error(L"LaunchUpgradeRunnerCommon: Unhandled phase type: %i", static_cast<int>(phase_));
@@ -108,6 +109,8 @@ std::wstring RunnerLaunch::CommandLine(const std::wstring& script) const {
 }
 
 void RunnerLaunch::DeleteOldOutput() {
+  // A client may be asking for the export's output at this moment.
+  const auto lock = LockExportOutput();
   if (DeleteFileW(outputPath_.c_str())) return;
   const DWORD error = GetLastError();
   if (error == ERROR_FILE_NOT_FOUND) {

@@ -1,0 +1,43 @@
+#include "scripted_services.h"
+
+#include <mutex>
+
+#include "core/text.h"
+#include "host/services.h"
+
+namespace Halvard {
+namespace {
+
+std::mutex gMutex;
+std::vector<std::string> gCalls;
+
+void Note(std::string call) {
+  const std::lock_guard lock(gMutex);
+  gCalls.push_back(std::move(call));
+}
+
+}  // namespace
+
+std::vector<std::string> Testing::ServiceCalls() {
+  const std::lock_guard lock(gMutex);
+  return gCalls;
+}
+
+void Testing::ForgetServiceCalls() {
+  const std::lock_guard lock(gMutex);
+  gCalls.clear();
+}
+
+std::vector<std::wstring> Host::StartServices(const std::vector<std::wstring>& names) {
+  std::string list;
+  for (const std::wstring& name : names) list += (list.empty() ? "" : ", ") + WideToUtf8(name);
+  Note("StartServices(" + list + ")");
+  return names;
+}
+
+bool Host::ServiceControlStartStopAllServices(bool start) {
+  Note(std::string("ServiceControlStartStopAllServices(") + (start ? "true" : "false") + ")");
+  return true;
+}
+
+}  // namespace Halvard

@@ -1,0 +1,29 @@
+// The end of threads that nobody joins.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <stdexcept>
+#include <thread>
+
+#include "process/host_thread.h"
+
+namespace Lab {
+
+/// The threads that this process has started since the object was made.
+class StartedThreads {
+ public:
+  /// Waits until they have all ended; throws after a minute.
+  void AwaitEnd() const {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+    while (OwnThreads().size() > before_) {
+      if (std::chrono::steady_clock::now() > end) throw std::runtime_error("A thread hangs.");
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+  }
+
+ private:
+  const std::size_t before_ = OwnThreads().size();
+};
+
+}  // namespace Lab
