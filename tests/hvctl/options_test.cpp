@@ -25,6 +25,16 @@ struct Parsed {
   std::string err;
 };
 
+TEST(ParseOptions, OperationsShowTheDocumentWhenAskedTo) {
+  const std::vector<std::string> words = {"prechecks", "--host", "old", "--user", "admin"};
+  EXPECT_FALSE(Parsed(words).options->json);
+  std::vector<std::string> withFlag = words;
+  withFlag.push_back("--json");
+  EXPECT_TRUE(Parsed(withFlag).options->json);
+  // A call shows nothing else.
+  EXPECT_FALSE(Parsed({"call", "poll_export_status", "--host", "old", "--json"}).options);
+}
+
 TEST(ParseOptions, CallHasItsDefaults) {
   const Parsed parsed({"call", "poll_export_status", "--host", "old"});
   ASSERT_TRUE(parsed.options);

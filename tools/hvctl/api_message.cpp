@@ -5,6 +5,7 @@
 #include <json/json.h>
 
 #include "failure.h"
+#include "json_path.h"
 
 namespace Hvctl {
 namespace {
@@ -13,20 +14,6 @@ constexpr const char* kService = "halvard.migrator";
 // The agent answers one request on a connection, so any id will do.
 constexpr const char* kRequestId = "1";
 constexpr const char* kProgressName = "com.ostrel.krova.std.progress";
-
-/// Follows member names through objects; null where the way ends early.
-const Json::Value* Find(const Json::Value& value, std::initializer_list<const char*> names) {
-  const Json::Value* at = &value;
-  for (const char* name : names) {
-    if (!at->isObject() || !at->isMember(name)) return nullptr;
-    at = &(*at)[name];
-  }
-  return at;
-}
-
-std::string TextOf(const Json::Value* value) {
-  return value != nullptr && value->isString() ? value->asString() : std::string();
-}
 
 /// Puts the arguments in the places "%1%", "%2%" ... of the template.
 std::string Fill(std::string text, const Json::Value* arguments) {

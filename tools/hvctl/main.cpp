@@ -9,6 +9,7 @@
 #include "known_agents.h"
 #include "operation_input.h"
 #include "options.h"
+#include "reply_view.h"
 #include "secrets.h"
 #include "trust.h"
 
@@ -36,8 +37,13 @@ std::string InputOf(const Options& options) {
                     });
 }
 
+ReplyView ViewOf(const Options& options, const std::string& reply) {
+  const bool isForPersons = options.command == Options::Command::kOperation && !options.json;
+  return isForPersons ? ViewReply(options.operation, reply) : ReplyView{reply, {}};
+}
+
 /// Shows one answer to the person: the reply on standard output, everything else on standard error.
-ExitCode Show(const std::string& response) {
+ExitCode Show(const Options& options, const std::string& response) {
   const Answer answer = ReadAnswer(response);
   switch (answer.kind) {
     case Answer::Kind::kProgress:
@@ -48,19 +54,22 @@ ExitCode Show(const std::string& response) {
     case Answer::Kind::kReply:
       break;
   }
-  std::cout << answer.text;
-  if (!answer.text.ends_with('\n')) std::cout << '\n';
+  const ReplyView view = ViewOf(options, answer.text);
+  std::cout << view.output;
+  if (!view.output.ends_with('\n')) std::cout << '\n';
+  if (!view.note.empty()) std::cerr << view.note << '\n';
   const std::string refusal = RefusalOf(answer.text);
   if (!refusal.empty()) std::cerr << refusal << '\n';
   return refusal.empty() ? ExitCode::kSuccess : ExitCode::kRefused;
 }
 
-ExitCode PostFramed(AgentConnection& connection, const std::string& request) {
+ExitCode PostFramed(AgentConnection& connection, const Options& options,
+                    const std::string& request) {
   bool answered = false;
   ExitCode code = ExitCode::kSuccess;
   FrameReader frames([&](const std::string& frame) {
     answered = true;
-    code = Show(frame);
+    code = Show(options, frame);
   });
   connection.Post(request, true, [&](std::string_view piece) { frames.Append(piece); });
   if (!answered || !frames.AtBoundary()) {
@@ -69,10 +78,11 @@ ExitCode PostFramed(AgentConnection& connection, const std::string& request) {
   return code;
 }
 
-ExitCode PostPlain(AgentConnection& connection, const std::string& request) {
+ExitCode PostPlain(AgentConnection& connection, const Options& options,
+                   const std::string& request) {
   std::string response;
   connection.Post(request, false, [&](std::string_view piece) { response += piece; });
-  return Show(response);
+  return Show(options, response);
 }
 
 ExitCode PostRaw(AgentConnection& connection, const std::string& request, bool framed) {
@@ -88,7 +98,8 @@ ExitCode Call(const Options& options) {
       options.agent, options.limits,
       MakeTrustCheck(options.agent, options.thumbprint, known, IsInteractive()));
   if (options.raw) return PostRaw(connection, request, options.framed);
-  return options.framed ? PostFramed(connection, request) : PostPlain(connection, request);
+  return options.framed ? PostFramed(connection, options, request)
+                        : PostPlain(connection, options, request);
 }
 
 ExitCode Forget(const Options& options) {

@@ -111,6 +111,7 @@ void AddOperation(CLI::App& app, const OperationCommand& operation, Parsed& pars
     AddParameter(command, parameter, parsed.options);
   }
   AddCallOptions(command, parsed);
+  command.add_flag("--json", parsed.options.json, "Print the reply's document as it stands");
   command.callback([&parsed, &operation] {
     parsed.options.command = Options::Command::kOperation;
     parsed.options.operation = operation.operation;

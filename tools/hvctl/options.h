@@ -25,6 +25,8 @@ struct Options {
   const OperationCommand* operationCommand = nullptr;  ///< Of kOperation; never null there.
   GivenOptions given;                                  ///< What it was given.
 
+  bool json =
+      false;  ///< Of kOperation: show the reply's document whatever a person sees otherwise.
   bool framed = false;
   bool raw = false;
 };
