@@ -50,7 +50,7 @@ class Bench:
 
     def start(self, name):
         if name == 'nginx':
-            return Nginx(self.folder, self.pem, self.answer)
+            return Nginx(self.folder, self.pem, f"return 200 '{self.answer}';")
         arguments = [] if name == 'agent' else [self.answer]
         return Server(self.programs / f'https_{name}_server', self.pem, *arguments)
 

@@ -39,7 +39,7 @@ http {{
     ssl_ciphers {ciphers};
     ssl_session_cache builtin:1024;
     default_type application/json;
-    location /api {{ return 200 '{answer}'; }}
+    location /api {{ {content} }}
   }}
 }}
 '''
@@ -85,15 +85,18 @@ class Server:
 
 
 class Nginx(Server):
-    """A master and its one worker; the worker is what is measured."""
+    """A master and its one worker; the worker is what is measured.
 
-    def __init__(self, folder, pem, answer):
+    The content says, in nginx's words, what it answers at /api.
+    """
+
+    def __init__(self, folder, pem, content):
         with socket.create_server(('127.0.0.1', 0)) as free:
             self.port = free.getsockname()[1]
         home = Path(tempfile.mkdtemp(dir=folder))
         (home / 'nginx.conf').write_text(NGINX.format(
             user='user root root;' if os.geteuid() == 0 else '', folder=home, port=self.port,
-            pem=pem, ciphers=CIPHERS, answer=answer))
+            pem=pem, ciphers=CIPHERS, content=content))
         self.process = subprocess.Popen(pinned(
             SERVER_CORE, '/usr/sbin/nginx', '-e', 'stderr', '-p', home, '-c', home / 'nginx.conf'))
         self.pid = self._worker()
