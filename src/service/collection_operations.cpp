@@ -1,5 +1,15 @@
+#include "core/messages.h"
+#include "core/property_store.h"
+#include "core/temp_directory.h"
+#include "core/text.h"
+#include "network/network_configuration.h"
+#include "runner/answer_file.h"
+#include "runner/export_output.h"
+#include "runner/export_phase.h"
 #include "service/async_service.h"
+#include "service/domain_members.h"
 #include "service/operation_call.h"
+#include "service/reply.h"
 
 namespace Halvard::MigratorSvc {
 namespace {
@@ -13,6 +23,74 @@ constexpr wchar_t kInvokeExport[] = L"Halvard::MigratorSvc::AsyncServiceImpl::In
 constexpr wchar_t kPollExportStatus[] = L"Halvard::MigratorSvc::AsyncServiceImpl::PollExportStatus";
 constexpr wchar_t kCreateAnswerFile[] = L"Halvard::MigratorSvc::AsyncServiceImpl::CreateAnswerFile";
 
+std::string Styled(const Json::Value& document) { return Json::StyledWriter().write(document); }
+
+/// Ends an operation with the failure that a message tells.
+void Fail(OperationCall& call, unsigned int message) {
+  SetFailure(call.Reply(), GetLocalizedStringIn(message, RequestLocale(call.Request())));
+  call.Announce(message);
+}
+
+void Succeed(OperationCall& call, unsigned int message) {
+  SetSuccess(call.Reply());
+  call.Announce(message);
+}
+
+void CollectDomain(OperationCall& call) {
+  Json::Value& reply = call.Reply();
+  Network::ActiveDirectoryConfig config;
+  if (!Network::GetActiveDirectoryConfig(config)) {
+    reply["ad_domain_name"] = "";
+    return Fail(call, 1061);
+  }
+  reply["ad_domain_name"] = WideToUtf8(config.domainName);
+  SetDomainController(reply, config);
+  Succeed(call, 1062);
+}
+
+/// The options reach the runner's input file as a JSON object if they are one, else as their text.
+void TakeUserOptions(OperationCall& call) {
+  static constexpr wchar_t kDefault[] = L"{\"keldb.migrateSet\":\"yes\"}";
+  if (!call.Request().isMember("user_options")) {
+    call.Log().Info(
+        L"Halvard::MigratorSvc::AsyncServiceImpl::InvokeExport: No user options passed. Using default value: [%s].",
+        kDefault);
+    gProperties[L"USER_OPTIONS"] = kDefault;
+    return;
+  }
+  const std::wstring options = Utf8ToWide(Styled(call.Request()["user_options"]));
+  call.Log().Info(
+      L"Halvard::MigratorSvc::AsyncServiceImpl::InvokeExport: User options passed: [%s]",
+      options.c_str());
+  gProperties[L"USER_OPTIONS"] = options;
+}
+
+/// Only the boolean counts, and only for this export.
+void TakeSilence(OperationCall& call) {
+  const Json::Value& silent = call.Request()["silent"];
+  if (!silent.isBool() || !silent.asBool()) {
+    gProperties[L"UR_SILENT_EXPORT"] = L"";
+    return;
+  }
+  call.Log().Info(
+      L"Halvard::MigratorSvc::AsyncServiceImpl::InvokeExport: Running export in silent mode.");
+  gProperties[L"UR_SILENT_EXPORT"] = L"1";
+}
+
+/// A document that is no object has no members, and isn't asked for any.
+bool HasStatus(const Json::Value& document) {
+  return document.isObject() && document.isMember("status");
+}
+
+void ShowExportOutput(OperationCall& call) {
+  // What there is goes to the client: nothing yet, a part, or the whole.
+  (void)Runner::LoadExportOutput(GetTempDirectory() + Runner::kExportOutputFile, call.Reply());
+  if (call.Reply().empty() || HasStatus(call.Reply())) return;
+  call.Log().Warn(
+      L"Halvard::MigratorSvc::AsyncServiceImpl::PollExportStatus: UpgradeRunnerExportOutput.json content: %s",
+      Utf8ToWide(Styled(call.Reply())).c_str());
+}
+
 }  // namespace
 
 void AsyncServiceImpl::CollectActiveDirectoryConfig(const std::string& operationInput,
@@ -21,7 +99,7 @@ void AsyncServiceImpl::CollectActiveDirectoryConfig(const std::string& operation
   RunOperation(kCollectActiveDirectoryConfig, operationInput, completion, [](OperationCall& call) {
     call.Announce(1193);
     if (!call.PassesGuards()) return;
-    AnswerNotAvailable(call);
+    CollectDomain(call);
   });
 }
 
@@ -31,7 +109,9 @@ void AsyncServiceImpl::CollectNetworkConfig(const std::string& operationInput,
   RunOperation(kCollectNetworkConfig, operationInput, completion, [](OperationCall& call) {
     call.Announce(1194);
     if (!call.PassesGuards()) return;
-    AnswerNotAvailable(call);
+    const bool collected =
+        Network::CollectNetworkIdentity(gProperties[L"APP_NET_PNID"], call.Reply());
+    call.Announce(collected ? 1063 : 1064);
   });
 }
 
@@ -44,7 +124,10 @@ void AsyncServiceImpl::InvokeExport(const std::string& operationInput,
     if (call.IsRefusedInPhase(L"PREUPGRADE_CHECKS_STATUS", L"RUNNING", 1067)) return;
     if (call.IsRefusedInPhase(L"EXPORT_STATUS", L"RUNNING", 1068)) return;
     if (!call.PassesGuards()) return;
-    AnswerNotAvailable(call);
+    TakeUserOptions(call);
+    TakeSilence(call);
+    if (Runner::LaunchUpgradeRunnerExportPhase(false) != 0) return Fail(call, 1070);
+    Succeed(call, 1069);
   });
 }
 
@@ -53,7 +136,7 @@ void AsyncServiceImpl::PollExportStatus(const std::string& operationInput,
                                         const NativeCompletion& completion) {
   RunOperation(kPollExportStatus, operationInput, completion, [](OperationCall& call) {
     if (!call.PassesGuards()) return;
-    AnswerNotAvailable(call);
+    ShowExportOutput(call);
   });
 }
 
@@ -63,7 +146,8 @@ void AsyncServiceImpl::CreateAnswerFile(const std::string& operationInput,
   RunOperation(kCreateAnswerFile, operationInput, completion, [](OperationCall& call) {
     call.Announce(1196);
     if (!call.PassesGuards()) return;
-    AnswerNotAvailable(call);
+    if (!Runner::CreateReplyFile(call.Request()["answer"])) return Fail(call, 1082);
+    Succeed(call, 1083);
   });
 }
 

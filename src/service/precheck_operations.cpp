@@ -2,9 +2,10 @@
 #include "core/messages.h"
 #include "core/property_store.h"
 #include "core/text.h"
-#include "core/version.h"
 #include "service/async_service.h"
+#include "service/custom_prechecks.h"
 #include "service/operation_call.h"
+#include "service/precheck_results.h"
 #include "service/reply.h"
 
 namespace Halvard::MigratorSvc {
@@ -32,7 +33,7 @@ void DescribeDeployment(Json::Value& reply) {
   reply["deployment_size"] =
       isSized ? WideToUtf8(gProperties[L"DST_DEPLOYMENT_SIZE"].Value()) : std::string();
   reply["deployment_ver"] = WideToUtf8(gProperties[L"SOURCE_VERSION"].Value());
-  reply["hv_kvsa_version"] = WideToUtf8(std::wstring(kVersion) + L"." + kBuild);
+  reply["hv_kvsa_version"] = TargetVersion();
 }
 
 }  // namespace
@@ -60,7 +61,8 @@ void AsyncServiceImpl::InvokePreUpgrade(const std::string& operationInput,
     if (call.IsRefusedInPhase(L"EXPORT_STATUS", L"RUNNING", 1085)) return;
     if (call.IsRefusedInPhase(L"PREUPGRADE_CHECKS_STATUS", L"RUNNING", 1086)) return;
     if (!call.PassesGuards()) return;
-    AnswerNotAvailable(call);
+    if (AnswerFromCustomPrechecks(call)) return;
+    (void)RetrievePreCheckResults(call.Request(), call.Reply(), false);
   });
 }
 
@@ -70,7 +72,8 @@ void AsyncServiceImpl::GetCachedPreUpgradeResult(const std::string& operationInp
   RunOperation(kGetCachedPreUpgradeResult, operationInput, completion, [](OperationCall& call) {
     if (!call.PassesGuards()) return;
     call.Announce(1189);
-    AnswerNotAvailable(call);
+    if (AnswerFromCustomPrechecks(call)) return;
+    if (RetrievePreCheckResults(call.Request(), call.Reply(), true)) call.Announce(1190);
   });
 }
 

@@ -1,6 +1,7 @@
 #include "service/reply.h"
 
 #include "core/text.h"
+#include "core/version.h"
 
 namespace Halvard::MigratorSvc {
 
@@ -9,6 +10,8 @@ std::string TextMember(const Json::Value& request, const char* name) {
 }
 
 std::string RequestLocale(const Json::Value& request) { return TextMember(request, "locale"); }
+
+std::string TargetVersion() { return WideToUtf8(std::wstring(kVersion) + L"." + kBuild); }
 
 void SetSuccess(Json::Value& reply) {
   reply["result"] = "success";

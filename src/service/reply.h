@@ -14,6 +14,10 @@ std::string TextMember(const Json::Value& request, const char* name);
 /// \return The locale that the request names, which may be no supported one.
 std::string RequestLocale(const Json::Value& request);
 
+/// \return The version that the source is migrated to, with its build: the value of
+///         `hv_kvsa_version`.
+std::string TargetVersion();
+
 /// Sets `result` to "success" and `error` to an empty text.
 void SetSuccess(Json::Value& reply);
 

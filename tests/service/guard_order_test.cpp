@@ -21,8 +21,23 @@ struct PhaseRefusal {
   std::uint16_t message;
 };
 
+const std::wstring kPreparedPrechecks = L"C:\\prechecks.json";
+const std::wstring kExportOutput = std::wstring(Lab::Instance::kProfile) +
+                                   L"\\AppData\\Local\\Temp\\UpgradeRunnerExportOutput.json";
+
 /// What an operation that passed its guards does on this test's machine.
-enum class Work { kNone, kDescribesDeployment, kEndsAgent, kLogsOn };
+enum class Work {
+  kNone,
+  kDescribesDeployment,
+  kAnswersPreparedPrechecks,
+  kAsksForDomain,
+  kCollectsNetwork,
+  kStartsExport,
+  kShowsExport,
+  kAnswersQuestion,
+  kEndsAgent,
+  kLogsOn,
+};
 
 /// An operation's own way to its work. Messages are 0 where it has none.
 struct Way {
@@ -46,13 +61,18 @@ const PhaseRefusal kExportRuns1170{L"EXPORT_STATUS", L"RUNNING", 1170};
 /// In the order of kOperations.
 const std::vector<Way> kWays = {
     {1192, {}, 0, For::kAll, 0, Work::kDescribesDeployment},
-    {0, {kExportRuns1085, kChecksRun1086}, 0, For::kAll, 0, Work::kNone},
-    {0, {}, 0, For::kAll, 1189, Work::kNone},
-    {1193, {}, 0, For::kAllButUpdateManager, 0, Work::kNone},
-    {1194, {}, 0, For::kAllButUpdateManager, 0, Work::kNone},
-    {1195, {kChecksMissing1066, kChecksRun1067, kExportRuns1068}, 0, For::kAll, 0, Work::kNone},
-    {0, {}, 0, For::kAll, 0, Work::kNone},
-    {1196, {}, 0, For::kAll, 0, Work::kNone},
+    {0, {kExportRuns1085, kChecksRun1086}, 0, For::kAll, 0, Work::kAnswersPreparedPrechecks},
+    {0, {}, 0, For::kAll, 1189, Work::kAnswersPreparedPrechecks},
+    {1193, {}, 0, For::kAllButUpdateManager, 0, Work::kAsksForDomain},
+    {1194, {}, 0, For::kAllButUpdateManager, 0, Work::kCollectsNetwork},
+    {1195,
+     {kChecksMissing1066, kChecksRun1067, kExportRuns1068},
+     0,
+     For::kAll,
+     0,
+     Work::kStartsExport},
+    {0, {}, 0, For::kAll, 0, Work::kShowsExport},
+    {1196, {}, 0, For::kAll, 0, Work::kAnswersQuestion},
     {1197, {}, 0, For::kAll, 0, Work::kNone},
     {1198, {}, 0, For::kAll, 0, Work::kNone},
     {0, {kExportMissing1093, kExportRuns1094}, 1051, For::kAllButUpdateManager, 0, Work::kNone},
@@ -242,6 +262,25 @@ class Expectation {
         return Fail(L"Not available.");
       case Work::kDescribesDeployment:
         return DescribeDeployment();
+      case Work::kAnswersPreparedPrechecks:
+        log.push_back(InfoLine(name_ + L": Returning prechecks from: " + kPreparedPrechecks));
+        reply = {{"findings", L"prepared"}};
+        return;
+      case Work::kAsksForDomain:
+        FailInFrench(1061);
+        reply["ad_domain_name"] = L"";
+        return Show(1061);
+      case Work::kCollectsNetwork:
+        return CollectNetwork();
+      case Work::kStartsExport:
+        return FailToStartExport();
+      case Work::kShowsExport:
+        return;
+      case Work::kAnswersQuestion:
+        log.push_back(ErrorLine(L"CreateReplyFile: Failed to read the json file at [" +
+                                kExportOutput + L"]."));
+        FailInFrench(1082);
+        return Show(1082);
       case Work::kEndsAgent:
         return FailToEndAgent();
       case Work::kLogsOn:
@@ -264,6 +303,24 @@ class Expectation {
                            L"\",\n   \"deployment_ver\" : \"5.5\",\n   \"error\" : \"\",\n"
                            L"   \"hv_kvsa_version\" : \"6.0.0.14510545\",\n"
                            L"   \"result\" : \"success\"\n}"));
+  }
+
+  void CollectNetwork() {
+    checks.push_back("CollectNetworkIdentity()");
+    reply = {{"network", L"none"}};
+    Show(1064);
+  }
+
+  void FailToStartExport() {
+    log.push_back(InfoLine(name_ + L": No user options passed. Using default value: "
+                                   L"[{\"keldb.migrateSet\":\"yes\"}]."));
+    log.push_back(
+        InfoLine(L"LaunchUpgradeRunnerExportPhase: Changed the status of export to: RUNNING"));
+    log.push_back(
+        ErrorLine(L"LaunchUpgradeRunnerExportPhase: Failed to create a thread to export "
+                  L"data and configuration."));
+    FailInFrench(1070);
+    Show(1070);
   }
 
   void FailToEndAgent() {
@@ -300,6 +357,9 @@ class GuardOrder : public ServiceTest, public testing::WithParamInterface<std::s
   GuardOrder() {
     machine_.PlanFault({.function = "CreateThread", .error = 8});
     machine_.PlanFault({.function = "LogonUserW", .error = 1326});
+    machine_.WriteFile(kPreparedPrechecks, R"({"findings": "prepared"})");
+    machine_.SetVariable(L"HV_CUSTOM_PRECHECKS_JSON", kPreparedPrechecks);
+    Testing::TheSurroundings().network["network"] = "none";
     SpeakMachineLanguage(kGerman);
   }
 

@@ -34,13 +34,10 @@ TEST(Service, EachOperationAnswersItsCommand) {
   };
   const std::wstring lacking = L"Not available.";
   const std::vector<Row> rows = {
-      {{L"prechecks"}, lacking, L"InvokePreUpgrade"},
-      {{L"cached-prechecks"}, lacking, L"GetCachedPreUpgradeResult"},
-      {{L"directory-config"}, lacking, L"CollectActiveDirectoryConfig"},
-      {{L"network-config"}, lacking, L"CollectNetworkConfig"},
+      {{L"prechecks"}, English(1088), L"InvokePreUpgrade"},
+      {{L"cached-prechecks"}, English(1088), L"GetCachedPreUpgradeResult"},
       {{L"export", L"--options", L"{}", L"--silent"}, English(1066), L"InvokeExport"},
-      {{L"export-status"}, lacking, L"PollExportStatus"},
-      {{L"answer", L"--answer", L"\"yes\""}, lacking, L"CreateAnswerFile"},
+      {{L"answer", L"--answer", L"\"yes\""}, English(1082), L"CreateAnswerFile"},
       {WithSsh(L"copy-export"), lacking, L"CopyExportData"},
       {WithSsh(L"copy-logs"), lacking, L"CopyLogsDirectory"},
       {{L"shutdown-machine"}, English(1093), L"ShutdownMachine"},
@@ -63,6 +60,10 @@ TEST(Service, EachOperationAnswersItsCommand) {
     EXPECT_EQ(run.output, FailedReply(row.error));
     EXPECT_EQ(run.errors, row.error + L"\n");
   }
+  const ClientRun status = agent.Ask({L"export-status"});
+  EXPECT_EQ(status.exitCode, 0);
+  EXPECT_EQ(status.output, L"null\n");
+  EXPECT_EQ(status.errors, L"The export has written nothing yet, or is writing at this moment.\n");
   const AgentRun run = agent.Stop();
   for (const Row& row : rows) {
     EXPECT_THAT(run.log,

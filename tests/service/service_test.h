@@ -13,6 +13,7 @@
 #include "core/text.h"
 #include "krova/core/execution.h"
 #include "machine/string_tables.h"
+#include "scripted_operations.h"
 #include "serverclient/tunrak_core.h"
 #include "service/async_service.h"
 #include "service/interface_definition.h"
@@ -88,6 +89,7 @@ class ServiceTest : public CoreTest {
     static const bool initialized = (ServerClient::InitTunrakCore(), true);
     (void)initialized;
     Testing::CheckCalls().clear();
+    Testing::TheSurroundings() = {};
     StartSession();
   }
 

@@ -8,17 +8,9 @@
 #include "network/network_choice.h"
 #include "network/network_configuration.h"
 #include "network/time_servers.h"
-#include "runner/export_phase.h"
-#include "runner/runner_launch.h"
 #include "security/export_directory.h"
 
 namespace Halvard {
-
-int Runner::LaunchUpgradeRunnerExportPhase(bool /*wait*/) {
-  LogScope log;
-  log.Error(L"LaunchUpgradeRunnerExportPhase: Refused. This build can't export.");
-  return kRunnerFailure;
-}
 
 // The real one is on its way: path, rights and room of the folder.
 bool Security::ValidateExportDir() {

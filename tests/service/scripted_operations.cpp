@@ -1,0 +1,70 @@
+#include "scripted_operations.h"
+
+#include "core/property_store.h"
+#include "core/startup/scripted_checks.h"
+#include "core/text.h"
+#include "host/services.h"
+#include "network/network_configuration.h"
+#include "runner/preupgrade_output.h"
+#include "security/controller_version.h"
+#include "serverclient/proxy_port.h"
+
+namespace Halvard {
+namespace {
+
+using Testing::CheckCalls;
+using Testing::TheSurroundings;
+
+}  // namespace
+
+Testing::Surroundings& Testing::TheSurroundings() {
+  static Surroundings surroundings;
+  return surroundings;
+}
+
+bool Network::GetActiveDirectoryConfig(ActiveDirectoryConfig& config) {
+  const auto& domain = TheSurroundings().domain;
+  if (domain) config = *domain;
+  return domain.has_value();
+}
+
+bool Network::CollectNetworkIdentity(const std::wstring& systemName, Json::Value& reply) {
+  CheckCalls().push_back("CollectNetworkIdentity(" + WideToUtf8(systemName) + ")");
+  reply = TheSurroundings().network;
+  return TheSurroundings().networkIsCollected;
+}
+
+int Runner::LaunchUpgradeRunnerPreUpgradePhase(Json::Value& output) {
+  Testing::Surroundings& surroundings = TheSurroundings();
+  gProperties[L"PREUPGRADE_CHECKS_STATUS"] = L"RUNNING";
+  if (surroundings.duringPrechecks) surroundings.duringPrechecks();
+  output = surroundings.precheckOutput;
+  gProperties[L"PREUPGRADE_CHECKS_STATUS"] = L"FINISHED";
+  gCachedPrecheckResults = output;
+  return surroundings.precheckCode;
+}
+
+bool Security::RetrieveBVCMajorMinorVersion(const std::wstring& host, std::wstring& version) {
+  CheckCalls().push_back("RetrieveBVCMajorMinorVersion(" + WideToUtf8(host) + ")");
+  const auto& known = TheSurroundings().controllerVersion;
+  if (known) version = *known;
+  return known.has_value();
+}
+
+bool ServerClient::RetrieveReverseProxyPortThroughLegacySTSPort(const std::string& host,
+                                                                std::int32_t legacyStsPort,
+                                                                std::int32_t& port) {
+  CheckCalls().push_back("RetrieveReverseProxyPort(" + host + ", " + std::to_string(legacyStsPort) +
+                         ")");
+  const auto& known = TheSurroundings().proxyPort;
+  if (known) port = *known;
+  return known.has_value();
+}
+
+std::vector<std::wstring> Host::StartServices(const std::vector<std::wstring>& names) {
+  return names;
+}
+
+bool Host::ServiceControlStartStopAllServices(bool /*start*/) { return true; }
+
+}  // namespace Halvard
