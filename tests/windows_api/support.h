@@ -18,6 +18,25 @@ bool OnWine();
 void InstallProduct(const std::wstring& productCode, const std::wstring& upgradeCode,
                     const std::wstring& version);
 
+/// A service that is registered as long as the object lives: stopped, to be started by hand, under
+/// the account ".\conformance", and without a program at its place.
+struct RegisteredService {
+  enum Kind { kUsual, kDisabled };
+
+  explicit RegisteredService(Kind kind = kUsual);
+  RegisteredService(const RegisteredService&) = delete;
+  RegisteredService& operator=(const RegisteredService&) = delete;
+  ~RegisteredService();
+
+  const std::wstring name = L"ConformanceService";
+  const std::wstring displayName = L"Service of the conformance tests";
+  const std::wstring program = L"C:\\no such program.exe";
+};
+
+/// Scripts for the command interpreter: one prints its first two arguments, the other ends with 7.
+extern const char kEchoTwoArguments[];
+extern const char kExitWithSeven[];
+
 }  // namespace WindowsApi
 
 /// Leaves the test, by name and with the reason in the output, where Wine isn't like Windows.

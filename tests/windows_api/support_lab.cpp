@@ -38,6 +38,24 @@ void WindowsApi::InstallProduct(const std::wstring& productCode, const std::wstr
   gInstance->Set("/products/" + Lab::ToUtf8(productCode), product);
 }
 
+WindowsApi::RegisteredService::RegisteredService(Kind kind) {
+  Json::Value service;
+  service["displayName"] = Lab::ToUtf8(displayName);
+  service["program"] = Lab::ToUtf8(program);
+  service["account"] = ".\\conformance";
+  service["state"] = "stopped";
+  service["startType"] = kind == kDisabled ? "disabled" : "manual";
+  service["start"]["error"] = ERROR_FILE_NOT_FOUND;
+  gInstance->Set("/services/" + Lab::ToUtf8(name), service);
+}
+
+WindowsApi::RegisteredService::~RegisteredService() {
+  gInstance->Remove("/services/" + Lab::ToUtf8(name));
+}
+
+const char WindowsApi::kEchoTwoArguments[] = "#!/bin/sh\necho \"$1\" \"$2\"\n";
+const char WindowsApi::kExitWithSeven[] = "#!/bin/sh\nexit 7\n";
+
 std::wstring WindowsApi::ChildProgram() {
   const std::wstring path = L"C:\\Program Files\\Conformance child\\conformance_child.exe";
   gInstance->WriteFile(path, "");

@@ -7,6 +7,8 @@
 
 namespace {
 
+using Halvard::Host::UniqueServiceHandle;
+
 /// \return The code as the installer's part of the registry writes it: without signs, the first
 ///         three groups turned round whole, the others in pairs.
 std::wstring PackCode(const std::wstring& code) {
@@ -23,6 +25,11 @@ void SetText(const std::wstring& key, const wchar_t* name, const std::wstring& t
       RegSetKeyValueW(HKEY_LOCAL_MACHINE, key.c_str(), name, REG_SZ, text.c_str(),
                       static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)));
   ASSERT_EQ(result, ERROR_SUCCESS);
+}
+
+void DeleteServiceNamed(SC_HANDLE manager, const std::wstring& name) {
+  const UniqueServiceHandle service(OpenServiceW(manager, name.c_str(), DELETE));
+  if (service) DeleteService(service.Get());
 }
 
 }  // namespace
@@ -42,6 +49,26 @@ void WindowsApi::InstallProduct(const std::wstring& productCode, const std::wstr
           L"WindowsInstaller", L"1");
   SetText(L"SOFTWARE\\Classes\\Installer\\Products\\" + product, L"ProductName", L"Conformance");
 }
+
+WindowsApi::RegisteredService::RegisteredService(Kind kind) {
+  const UniqueServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS));
+  // A run that was ended by force leaves it behind.
+  DeleteServiceNamed(manager.Get(), name);
+  const DWORD start = kind == kDisabled ? SERVICE_DISABLED : SERVICE_DEMAND_START;
+  const UniqueServiceHandle service(
+      CreateServiceW(manager.Get(), name.c_str(), displayName.c_str(), SERVICE_ALL_ACCESS,
+                     SERVICE_WIN32_OWN_PROCESS, start, SERVICE_ERROR_NORMAL, program.c_str(),
+                     nullptr, nullptr, nullptr, L".\\conformance", nullptr));
+  EXPECT_TRUE(service);
+}
+
+WindowsApi::RegisteredService::~RegisteredService() {
+  const UniqueServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS));
+  DeleteServiceNamed(manager.Get(), name);
+}
+
+const char WindowsApi::kEchoTwoArguments[] = "@echo %1 %2\r\n";
+const char WindowsApi::kExitWithSeven[] = "@exit /b 7\r\n";
 
 std::wstring WindowsApi::ChildProgram() {
   wchar_t path[MAX_PATH] = {};

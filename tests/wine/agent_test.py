@@ -145,6 +145,10 @@ class Discovery(WineTest):
     def test_installed_package_is_found_until_it_is_removed(self):
         package = 'Z:' + os.environ['HALVARD_PACKAGE'].replace('/', '\\')
         self.assertEqual(self.machine.run('msiexec', '/i', package, '/qn').exit_code, 0)
+        self.assertEqual(self.run_agent(), f'{english(1014)}\n{english(1127)}\n')
+        self.assertIn('E: QueryServiceConfigW: OpenService failed for kelvd service. '
+                      'Error code: 1060.', self.machine.log())
+        self.machine.register_service('kelvd')
         self.assertEqual(self.run_agent(), self.KELVANE_SERVER_FOUND)
         # Nobody listens there.
         self.assertIn('W: ValidateKvAdminCredentials: Failed to validate KV credentials. '
@@ -176,6 +180,7 @@ class KelvaneServer(WineTest):
         self.machine.register_product(KELVANE_PRODUCT, KELVANE_SERVER_55, '5.5.0.2001466')
         self.machine.set_registry('SOFTWARE\\Ostrel, Inc.\\Ostrel Kelvane', 'HttpsProxyPort',
                                   str(self.server['port']))
+        self.machine.register_service('kelvd')
 
     def operations(self) -> list:
         """What the server was asked, in order. It refused nothing as ill said."""
@@ -196,6 +201,15 @@ class KelvaneServer(WineTest):
             'RetrieveContent', 'Login', 'Logout', 'RetrieveContent', 'Login', 'RetrieveProperties',
             'RetrieveProperties', 'ContinueRetrieveProperties', 'ContinueRetrieveProperties',
             'Logout'])
+        self.assert_no_password_in(run.console)
+
+    def test_wants_the_password_of_its_services_account(self):
+        self.machine.run('sc', 'delete', 'kelvd')
+        account = '.\\kelvd-service'
+        self.machine.register_service('kelvd', account)
+        run = self.machine.run(AGENT, '-p', ACCEPTED_PASSWORD)
+        self.assertEqual(run.exit_code, FAILURE)
+        self.assertEqual(run.console, f'{english(1014)}\n{english(1158, account)}\n')
         self.assert_no_password_in(run.console)
 
     def test_is_refused_with_a_wrong_password(self):

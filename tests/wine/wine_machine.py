@@ -176,6 +176,15 @@ class Machine:
         self.set_registry(properties, 'WindowsInstaller', '1')
         self.set_registry(f'SOFTWARE\\Classes\\Installer\\Products\\{packed}', 'ProductName', 'Test')
 
+    def register_service(self, name: str, account: str = 'LocalSystem') -> None:
+        """A service that is stopped and has no program at its place."""
+        # The exit code of Wine's tool isn't that of Windows': what it did tells.
+        self.run('sc', 'create', name, f'binpath=C:\\{name}.exe', f'obj={account}')
+        made = self.run('reg', 'query', f'HKLM\\System\\CurrentControlSet\\Services\\{name}',
+                        '/v', 'ObjectName')
+        if account not in made.console:
+            raise AssertionError(f'sc create failed: {made.console}')
+
     @functools.cached_property
     def log_file(self) -> Path:
         return self.path(self.variable('TEMP')) / 'halvard.log'
