@@ -3,11 +3,13 @@
 import os
 import time
 
+import product_services
 from exported_files import FileWriter, sizes_of_data
 from questions import BadAnswer, Question
 
 DEFAULT_BYTES = 1 << 20
 QUESTIONS_AT = 10
+SERVICES_AT = 15
 DATA_FROM = 20
 DATA_TO = 95
 
@@ -38,6 +40,7 @@ class Export:
         self.tell(0, 'Preparing the export')
         self.log.write(f'Exporting {self.size} bytes')
         self.ask_questions()
+        self.stop_services()
         writer = self.write_data()
         if self.scenario.get('status', 'success') == 'success':
             self.end('success', exported={'folder': self.document.export_folder,
@@ -58,6 +61,12 @@ class Export:
             question.wait()
             self.log.write(f'Question {question.id} is answered')
             self.tell(QUESTIONS_AT, 'Going on with the answer')
+
+    def stop_services(self):
+        if self.scenario.get('stopsServices', True):
+            self.tell(SERVICES_AT, 'Stopping the services')
+            stopped = product_services.stop(self.machine, self.document.type)
+            self.log.write(f'Stopped services: {", ".join(stopped)}')
 
     def write_data(self):
         folder = self.machine.place(self.document.export_folder)

@@ -43,7 +43,8 @@ class Machine:
         return count / self.description.get('clock', {}).get('speed', 1)
 
     def system_name(self):
-        """The full name by which the machine is known: the installer's, or the computer's own."""
+        """The full name by which the machine is known: the installer's, or the computer's own, which
+        ends in the domain that it has joined."""
         folder = os.environ.get('OSTREL_CFG_DIR', '')
         if folder:
             parameter = self.place(folder + '\\install-defaults\\system.hostname')
@@ -51,7 +52,10 @@ class Machine:
                 lines = parameter.read_text(encoding='utf-8').splitlines()
                 if lines and lines[0]:
                     return lines[0]
-        return self.description['computer']['name'].lower()
+        computer = self.description['computer']
+        domain = self.description.get('domain', {}).get('name', '')
+        name = computer['name'].lower()
+        return computer.get('fullName', f'{name}.{domain}' if domain else name)
 
     def addresses(self):
         """The IPv4 addresses by which others reach the machine."""

@@ -312,8 +312,12 @@ class Requirements(RunnerTest):
         self.assertEqual(self.arguments_of('com.ostrel.keldb'), {'src.db.type': 'embedded'})
 
     def test_without_the_installer_the_computer_has_its_own_name(self):
-        self.assertEqual(self.run_phase('requirements'), 0)
-        self.assertEqual(self.arguments_of('com.ostrel.sso')['appliance.net.pnid'], 'kvsource')
+        for more, name in (({}, 'kvsource'),
+                           ({'domain': {'name': 'corp.example'}}, 'kvsource.corp.example'),
+                           ({'computer': {'name': 'A', 'fullName': 'b.c'}}, 'b.c')):
+            self.description.update(more)
+            self.assertEqual(self.run_phase('requirements'), 0)
+            self.assertEqual(self.arguments_of('com.ostrel.sso')['appliance.net.pnid'], name)
 
     def test_estimates_follow_the_size_of_the_export(self):
         self.play('export', bytes=10 << 30)
@@ -481,6 +485,26 @@ class DataExport(RunnerTest):
         self.assertEqual(self.wait(), 0)
         self.assertEqual(seen, sorted(seen))
         self.assertGreater(len(set(seen)), 5)
+
+    def states(self):
+        states = json.loads((self.machine / 'services.json').read_text(encoding='utf-8'))
+        return {name: state['state'] for name, state in states.items()}
+
+    def test_services_of_the_product_are_stopped(self):
+        self.description['services'] = {name: {} for name in ('KELVD', 'OstrelSTS', 'other')}
+        (self.machine / 'services.json').write_text(json.dumps(
+            {'ostrelsts': {'state': 'running'}, 'other': {'state': 'running'}}))
+        self.play('export', bytes=0)
+        self.assertEqual(self.run_phase('export'), 0)
+        self.assertEqual(self.states(), {'KELVD': 'stopped', 'ostrelsts': 'stopped',
+                                         'other': 'running'})
+        self.assertRegex(self.log(), 'Stopped services: KELVD, OstrelSTS')
+
+    def test_services_may_go_on_running(self):
+        self.description['services'] = {'kelvd': {}}
+        self.play('export', bytes=0, stopsServices=False)
+        self.assertEqual(self.run_phase('export'), 0)
+        self.assertFalse((self.machine / 'services.json').exists())
 
     def test_folder_that_cannot_be_written_is_an_error(self):
         self.folder().parent.mkdir()
