@@ -1,33 +1,29 @@
-#include <arpa/inet.h>
+// Texts of addresses, and addresses of texts.
 #include <windows.h>
 #include <ws2tcpip.h>
 
-#include <cstring>
+#include <algorithm>
 #include <string>
 
 #include "machine/call.h"
+#include "machine/machine.h"
+#include "network/address_parser.h"
+#include "network/address_text.h"
 #include "network/socket_state.h"
 
 namespace {
 
-std::string Numeric(const sockaddr* address) {
-  char text[INET6_ADDRSTRLEN] = {};
-  if (address->sa_family == AF_INET) {
-    const auto* v4 = reinterpret_cast<const sockaddr_in*>(address);
-    return inet_ntop(AF_INET, &v4->sin_addr, text, sizeof(text));
-  }
-  const auto* v6 = reinterpret_cast<const sockaddr_in6*>(address);
-  std::string result = inet_ntop(AF_INET6, &v6->sin6_addr, text, sizeof(text));
-  if (v6->sin6_scope_id != 0) result += "%" + std::to_string(v6->sin6_scope_id);
-  return result;
+bool IsKnownFamily(const sockaddr* address) {
+  return address->sa_family == AF_INET || address->sa_family == AF_INET6;
 }
 
-/// The code for an address that can't be rendered; 0 for one that can.
-INT AddressProblem(const sockaddr* address, socklen_t length) {
-  if (address->sa_family != AF_INET && address->sa_family != AF_INET6) return WSAEAFNOSUPPORT;
-  const socklen_t needed =
-      address->sa_family == AF_INET ? sizeof(sockaddr_in) : sizeof(sockaddr_in6);
-  return length < needed ? WSAEFAULT : 0;
+bool IsTooShort(const sockaddr* address, std::size_t length) {
+  return length < (address->sa_family == AF_INET ? sizeof(sockaddr_in) : sizeof(sockaddr_in6));
+}
+
+INT FailWith(DWORD error, INT answer) {
+  SetLastError(error);
+  return answer;
 }
 
 }  // namespace
@@ -40,10 +36,46 @@ INT WINAPI GetNameInfoW(const sockaddr* address, socklen_t addressLength, WCHAR*
   LAB_SUPPORTS(flags == NI_NUMERICHOST && service == nullptr && serviceSize == 0);
   LAB_SUPPORTS(address != nullptr && host != nullptr);
   if (!Lab::SocketsAreStarted()) return WSANOTINITIALISED;
-  if (const INT problem = AddressProblem(address, addressLength); problem != 0) return problem;
-  const std::string text = Numeric(address);
+  if (!IsKnownFamily(address)) return WSAEAFNOSUPPORT;
+  if (IsTooShort(address, addressLength)) return WSAEFAULT;
+  const std::string text = Lab::AddressText(address);
   if (text.size() >= hostSize) return ERROR_INSUFFICIENT_BUFFER;
   std::copy(text.begin(), text.end(), host);
   host[text.size()] = L'\0';
   return 0;
+}
+
+INT WINAPI WSAAddressToStringW(LPSOCKADDR address, DWORD addressLength,
+                               LPWSAPROTOCOL_INFOW protocol, LPWSTR text, LPDWORD length) {
+  const Lab::Call call("WSAAddressToStringW");
+  if (call.FailsByPlan()) return SOCKET_ERROR;
+  LAB_SUPPORTS(address != nullptr && protocol == nullptr && text != nullptr && length != nullptr);
+  if (!Lab::SocketsAreStarted()) return FailWith(WSANOTINITIALISED, SOCKET_ERROR);
+  if (!IsKnownFamily(address)) return FailWith(WSAEINVAL, SOCKET_ERROR);
+  if (IsTooShort(address, addressLength)) return FailWith(WSAEFAULT, SOCKET_ERROR);
+  const std::string endPoint = Lab::EndPointText(address);
+  const DWORD room = *length;
+  *length = static_cast<DWORD>(endPoint.size() + 1);
+  if (room < *length) return FailWith(WSAEFAULT, SOCKET_ERROR);
+  std::copy(endPoint.begin(), endPoint.end(), text);
+  text[endPoint.size()] = L'\0';
+  return 0;
+}
+
+INT WINAPI InetPtonW(INT family, PCWSTR text, PVOID address) {
+  const Lab::Call call("InetPtonW");
+  if (call.FailsByPlan()) return -1;
+  LAB_SUPPORTS(family == AF_INET || family == AF_INET6);
+  if (text == nullptr || address == nullptr) return FailWith(WSAEFAULT, -1);
+  Lab::SocketAddress parsed{};
+  const Lab::AddressParse parse = family == AF_INET
+                                      ? Lab::ParseIpv4Text(text, true, parsed.v4.sin_addr)
+                                      : Lab::ParseIpv6Text(text, parsed.v6.sin6_addr);
+  if (!parse.valid || *parse.end != L'\0') return FailWith(WSAEINVAL, 0);
+  if (family == AF_INET) {
+    *static_cast<in_addr*>(address) = parsed.v4.sin_addr;
+  } else {
+    *static_cast<in6_addr*>(address) = parsed.v6.sin6_addr;
+  }
+  return 1;
 }

@@ -18,6 +18,7 @@ std::wstring PathOf(REFKNOWNFOLDERID id) {
   const char* name = nullptr;
   if (id == FOLDERID_LocalAppData) name = "LocalAppData";
   if (id == FOLDERID_Desktop) name = "Desktop";
+  if (id == FOLDERID_System) name = "System";
   if (name == nullptr) return {};
   const auto& folders = Lab::TheMachine().Describe().knownFolders;
   const auto folder = folders.find(name);

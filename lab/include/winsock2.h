@@ -26,6 +26,10 @@
 #define WSAETIMEDOUT 10060
 #define WSAEHOSTUNREACH 10065
 #define WSANOTINITIALISED 10093
+#define WSAHOST_NOT_FOUND 11001
+#define WSATRY_AGAIN 11002
+#define WSANO_RECOVERY 11003
+#define WSANO_DATA 11004
 
 /// A type of its own: no descriptor of the host is one by chance.
 enum SOCKET : UINT {};
@@ -44,7 +48,6 @@ using LPWSADATA = WSADATA*;
 
 int WINAPI WSAStartup(WORD version, LPWSADATA data);
 int WINAPI WSACleanup();
-int WINAPI WSAGetLastError();
 
 SOCKET WINAPI socket(int family, __socket_type type, int protocol);
 int WINAPI closesocket(SOCKET s);
@@ -52,3 +55,13 @@ int WINAPI sendto(SOCKET s, const char* bytes, int length, int flags, const sock
                   int toLength);
 int WINAPI setsockopt(SOCKET s, int level, int option, const char* value, int length);
 int WINAPI recvfrom(SOCKET s, char* buffer, int length, int flags, sockaddr* from, int* fromLength);
+
+/// The last error of the thread; sockets have none of their own.
+int WINAPI WSAGetLastError();
+
+using LPSOCKADDR = sockaddr*;
+struct WSAPROTOCOL_INFOW;
+using LPWSAPROTOCOL_INFOW = WSAPROTOCOL_INFOW*;
+
+INT WINAPI WSAAddressToStringW(LPSOCKADDR address, DWORD addressLength,
+                               LPWSAPROTOCOL_INFOW protocol, LPWSTR text, LPDWORD length);

@@ -3,6 +3,7 @@
 
 #include <netinet/in.h>
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -30,10 +31,30 @@ struct Adapter {
     SocketAddress address;
     bool dnsEligible = true;
     bool transient = false;
+    std::uint8_t prefixLength = 0;
+    // By the numbers of IP_PREFIX_ORIGIN and IP_SUFFIX_ORIGIN.
+    std::uint32_t prefixOrigin = 0;
+    std::uint32_t suffixOrigin = 0;
   };
+  std::uint32_t index = 0;
+  std::uint32_t type = 0;  ///< By the numbers of IfType.
+  std::string mac;         ///< Its bytes, at most 8.
   bool ipv4 = true;
   bool ipv6 = true;
+  bool dhcp = false;
   std::vector<Unicast> addresses;
+  std::vector<SocketAddress> gateways;
+  std::vector<SocketAddress> dnsServers;
+  std::wstring dnsSuffix;
+  std::vector<std::wstring> dnsSuffixes;
+  std::optional<SocketAddress> dhcpServer4;
+  std::optional<SocketAddress> dhcpServer6;
+  std::string duid;  ///< Its bytes, at most 130.
+  std::uint32_t iaid = 0;
+
+  // The calls of GetAdaptersAddresses that find the adapter, counted from 1.
+  std::uint32_t firstCall = 0;
+  std::uint32_t lastCall = 0;
 };
 
 /// \param list  The description's member, already tested against the schema.

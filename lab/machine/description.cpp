@@ -22,6 +22,13 @@ void AddVariables(const Json::Value& variables, Variables& all) {
   }
 }
 
+/// A machine that has joined a domain bears the domain's name behind its own unless told otherwise.
+std::wstring FullName(const Json::Value& computer, const Description& description) {
+  if (computer.isMember("fullName")) return Wide(computer["fullName"]);
+  if (!description.domain) return description.computerName;
+  return description.computerName + L"." + description.domain->name;
+}
+
 void ReadUser(const Json::Value& user, Description& description) {
   description.userName = Wide(user["name"]);
   description.userSid = Wide(user["sid"]);
@@ -152,6 +159,7 @@ Description ParseDescription(const Json::Value& document, const std::filesystem:
                                       description.userName, description.userSid);
   description.domain = ReadDomain(document["domain"]);
   description.services = ReadServices(document["services"]);
+  description.fullName = FullName(document["computer"], description);
   ReadProgram(document["program"], description);
   ReadEnvironment(document["environment"], description);
   for (const std::string& name : document["programs"].getMemberNames()) {
@@ -170,7 +178,9 @@ Description ParseDescription(const Json::Value& document, const std::filesystem:
   description.hostEndPoints = document["ports"].get("host", false).asBool();
   try {
     description.adapters = ReadAdapters(document["adapters"]);
+    description.nameService = ReadNameService(document["hosts"], document["dns"]);
     description.addressMap = AddressMap(document["addressMap"]);
+    description.fileVersions = ReadFileVersions(document["fileVersions"]);
   } catch (const std::invalid_argument& fault) {
     throw MachineError(file.string() + ": " + fault.what());
   }

@@ -17,6 +17,8 @@
 #include "machine/address_map.h"
 #include "machine/clock.h"
 #include "machine/faults.h"
+#include "machine/file_versions.h"
+#include "machine/name_service.h"
 #include "machine/services.h"
 #include "machine/variables.h"
 
@@ -49,6 +51,7 @@ struct EndPoint {
 
 struct Description {
   std::wstring computerName;
+  std::wstring fullName;  ///< Its DNS name with the primary suffix.
   std::uint16_t uiLanguage = 1033;
   std::uint32_t sessionId = 1;
 
@@ -79,6 +82,7 @@ struct Description {
   std::map<std::wstring, std::string, LessNoCase> programs;
 
   std::map<std::string, std::wstring> knownFolders;  ///< By name: "LocalAppData", "Desktop".
+  FileVersions fileVersions;
   std::vector<Product> products;
   bool installerBusy = false;  ///< Somebody else has the installer at work.
 
@@ -90,6 +94,7 @@ struct Description {
   bool hostEndPoints = false;  ///< The tables hold what the host's kernel knows as well.
 
   std::vector<Adapter> adapters;
+  NameService nameService;
   AddressMap addressMap;
 
   Clock::Settings clock;

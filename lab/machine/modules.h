@@ -5,8 +5,10 @@
 #include <map>
 #include <mutex>
 #include <string>
+#include <vector>
 
 #include "machine/text.h"
+#include "minwindef.h"
 
 namespace Lab {
 
@@ -22,11 +24,18 @@ class LoadedModules {
 
   Counts Snapshot() const;
 
+  /// The one handle of a name, whether or not it's loaded.
+  HMODULE HandleOf(const std::wstring& name);
+  /// \return Empty for what is no handle of these.
+  std::wstring NameOf(HMODULE module) const;
+
  private:
   static constexpr std::uint32_t kBound = 65535;
 
   mutable std::mutex mutex_;
-  Counts counts_{{L"ntdll.dll", kBound}, {L"kernel32.dll", kBound}};
+  Counts counts_{{L"ntdll.dll", kBound}, {L"kernel32.dll", kBound}, {L"dnsapi.dll", kBound}};
+  std::vector<std::wstring>
+      handles_;  ///< The names that have one, in the order of their first use.
 };
 
 /// Those of this process.

@@ -176,4 +176,28 @@ struct NetApiTraits {
 };
 using UniqueDomainController = UniqueResource<NetApiTraits<DOMAIN_CONTROLLER_INFOW>>;
 
+/// Modules that LoadLibraryW loaded once more.
+struct ModuleTraits {
+  using Type = HMODULE;
+  static Type Invalid() { return nullptr; }
+  static void Release(Type module) { FreeLibrary(module); }
+};
+using UniqueModule = UniqueResource<ModuleTraits>;
+
+/// Addresses that the resolver found.
+struct AddressListTraits {
+  using Type = PADDRINFOW;
+  static Type Invalid() { return nullptr; }
+  static void Release(Type list) { FreeAddrInfoW(list); }
+};
+using UniqueAddressList = UniqueResource<AddressListTraits>;
+
+/// Records that a DNS query brought.
+struct DnsRecordsTraits {
+  using Type = PDNS_RECORD;
+  static Type Invalid() { return nullptr; }
+  static void Release(Type records) { DnsFree(records, DnsFreeRecordList); }
+};
+using UniqueDnsRecords = UniqueResource<DnsRecordsTraits>;
+
 }  // namespace Halvard::Host

@@ -23,7 +23,9 @@
 #include <shlwapi.h>
 #include <tlhelp32.h>
 #include <userenv.h>
+#include <windns.h>
 #include <winldap.h>
+#include <winver.h>
 
 // winber.h wants the types of winldap.h.
 #include <winber.h>

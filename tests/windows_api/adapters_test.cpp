@@ -1,22 +1,14 @@
 #include <vector>
 
+#include "started_sockets.h"
 #include "support.h"
 
 namespace {
 
+using WindowsApi::StartedSockets;
+
 constexpr ULONG kFlags = GAA_FLAG_SKIP_ANYCAST | GAA_FLAG_SKIP_MULTICAST | GAA_FLAG_INCLUDE_PREFIX |
                          GAA_FLAG_INCLUDE_GATEWAYS;
-
-/// Sockets are started as long as the object lives.
-class StartedSockets {
- public:
-  StartedSockets() {
-    constexpr WORD kVersion = 514;  // 2.2
-    WSADATA data;
-    EXPECT_EQ(WSAStartup(kVersion, &data), 0);
-  }
-  ~StartedSockets() { WSACleanup(); }
-};
 
 ULONG Ask(std::vector<std::byte>& buffer, ULONG& size) {
   auto* const list =

@@ -1,10 +1,7 @@
 #include "standins/slapd/slapd.h"
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
 #include <signal.h>
 #include <stdlib.h>
-#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -15,6 +12,7 @@
 #include <thread>
 
 #include "standins/slapd/child_process.h"
+#include "standins/slapd/loopback_port.h"
 
 namespace Lab {
 namespace {
@@ -100,32 +98,6 @@ void Write(const std::filesystem::path& file, const std::string& text) {
   std::ofstream(file, std::ios::binary) << text;
 }
 
-sockaddr_in Loopback(std::uint16_t port) {
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  address.sin_port = htons(port);
-  return address;
-}
-
-std::uint16_t FreePort() {
-  const int probe = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  sockaddr_in address = Loopback(0);
-  socklen_t length = sizeof(address);
-  (void)bind(probe, reinterpret_cast<sockaddr*>(&address), length);
-  (void)getsockname(probe, reinterpret_cast<sockaddr*>(&address), &length);
-  close(probe);
-  return ntohs(address.sin_port);
-}
-
-bool Listens(std::uint16_t port) {
-  const int probe = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  const sockaddr_in address = Loopback(port);
-  const int result = connect(probe, reinterpret_cast<const sockaddr*>(&address), sizeof(address));
-  close(probe);
-  return result == 0;
-}
-
 std::string ReadAll(const std::filesystem::path& file) {
   std::ifstream in(file);
   std::ostringstream text;
@@ -180,13 +152,13 @@ void Slapd::WriteConfiguration(const Settings& settings) const {
 }
 
 bool Slapd::StartOnSomePort() {
-  port_ = FreePort();
+  port_ = FreeLoopbackPort();
   process_ = StartChild(
       {kServer, "-d", "0", "-f", folder_ / "slapd.conf", "-h", "ldaps://" + Address() + "/"},
       folder_ / "output");
   // It has no way to say that it listens but to do so.
   while (waitpid(process_, nullptr, WNOHANG) == 0) {
-    if (Listens(port_)) return true;
+    if (ListensOnLoopback(port_)) return true;
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
   }
   process_ = -1;

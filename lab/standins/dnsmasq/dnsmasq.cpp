@@ -1,0 +1,93 @@
+#include "standins/dnsmasq/dnsmasq.h"
+
+#include <signal.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <thread>
+
+#include "standins/slapd/child_process.h"
+#include "standins/slapd/loopback_port.h"
+
+namespace Lab {
+namespace {
+
+constexpr char kServer[] = "/usr/sbin/dnsmasq";
+
+std::filesystem::path MakeFolder() {
+  std::string name = (std::filesystem::temp_directory_path() / "dnsmasq-XXXXXX").string();
+  if (mkdtemp(name.data()) == nullptr) throw std::runtime_error(name + ": can't be made");
+  return name;
+}
+
+void WriteHosts(const std::filesystem::path& file, const Dnsmasq::Settings& settings) {
+  std::ofstream out(file, std::ios::binary);
+  for (const auto& host : settings.hosts) out << host.address << ' ' << host.name << '\n';
+}
+
+}  // namespace
+
+bool Dnsmasq::Installed() { return std::filesystem::exists(kServer); }
+
+Dnsmasq::Dnsmasq(const Settings& settings) : folder_(MakeFolder()) {
+  try {
+    WriteHosts(folder_ / "hosts", settings);
+    constexpr int kTries = 5;  // Another program may take the port in between.
+    for (int i = 0; i < kTries; ++i) {
+      if (StartOnSomePort(settings)) return;
+    }
+    std::ifstream output(folder_ / "output");
+    throw std::runtime_error(std::string(kServer) + ": " +
+                             std::string(std::istreambuf_iterator<char>(output), {}));
+  } catch (...) {
+    std::filesystem::remove_all(folder_);
+    throw;
+  }
+}
+
+Dnsmasq::~Dnsmasq() {
+  Stop();
+  std::filesystem::remove_all(folder_);
+}
+
+std::string Dnsmasq::Address() const { return "127.0.0.1:" + std::to_string(port_); }
+
+void Dnsmasq::Stop() {
+  if (process_ <= 0) return;
+  kill(process_, SIGKILL);
+  waitpid(process_, nullptr, 0);
+  process_ = -1;
+}
+
+bool Dnsmasq::StartOnSomePort(const Settings& settings) {
+  // Who has the port for UDP makes the start fail.
+  port_ = FreeLoopbackPort();
+  // Without a daemon it neither changes its user nor writes a file of its own.
+  std::vector<std::string> command = {kServer,
+                                      "--no-daemon",
+                                      "--conf-file=/dev/null",
+                                      "--no-resolv",
+                                      "--no-hosts",
+                                      "--listen-address=127.0.0.1",
+                                      "--bind-interfaces",
+                                      "--local=/example/",
+                                      "--port=" + std::to_string(port_),
+                                      "--addn-hosts=" + (folder_ / "hosts").string()};
+  for (const auto& alias : settings.aliases) {
+    command.push_back("--cname=" + alias.name + "," + alias.target);
+  }
+  process_ = StartChild(command, folder_ / "output");
+  while (waitpid(process_, nullptr, WNOHANG) == 0) {
+    if (ListensOnLoopback(port_)) return true;
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+  process_ = -1;
+  return false;
+}
+
+}  // namespace Lab
