@@ -1,20 +1,11 @@
-// Names, addresses and their texts.
+// Addresses of names, and the machine's own name.
 #pragma once
 
 #include <string>
 
-#include "host/windows_api.h"
+#include "network/address_texts.h"
 
 namespace Halvard::Network {
-
-/// The numeric host text of an address, an IPv6 scope included.
-/// \param address  May be null: the result is empty then, without a log line.
-/// \return Empty after a failure, which is logged here.
-std::wstring GetNameInfoWrapper(const SOCKET_ADDRESS& address);
-
-/// \return "AF_INET", "AF_INET6", or "AF_UNSPEC" for anything else.
-/// \param address  Not null.
-std::wstring GetAddressFamilyName(const sockaddr* address);
 
 /// Tells whether \p text is an IPv4 or IPv6 address in one of its strict spellings: four decimal
 /// parts without leading zeros, or IPv6 without brackets, scope, prefix length and blanks. Capital

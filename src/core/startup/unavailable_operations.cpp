@@ -3,8 +3,6 @@
 // real ones come.
 #include "core/logging.h"
 #include "network/directory_domain.h"
-#include "network/name_resolution.h"
-#include "network/name_validation.h"
 #include "network/network_choice.h"
 #include "network/network_configuration.h"
 #include "network/time_servers.h"
@@ -41,38 +39,6 @@ bool Network::CollectNetworkIdentity(const std::wstring&, Json::Value&) {
   LogScope log;
   log.Error(L"CollectNetworkIdentity: Refused. This build can't collect the network.");
   return false;
-}
-
-bool Network::ValidateFqdn(const std::wstring& name, bool /*allowDhcp*/) {
-  LogScope log;
-  log.Error(L"ValidateFqdn: Refused. This build can't check the name %s.", name.c_str());
-  return false;
-}
-
-bool Network::IsIpLiteral(const std::wstring& text) {
-  LogScope log;
-  log.Error(L"IsIpLiteral: Refused. This build can't tell whether %s is an address.", text.c_str());
-  return false;
-}
-
-std::wstring Network::GetSystemFqdn() {
-  LogScope log;
-  log.Error(L"GetSystemFqdn: Refused. This build can't read the system's name.");
-  return {};
-}
-
-void Network::GetIPAddressesFromHostName(const std::wstring& hostName, std::wstring& ipv4Addresses,
-                                         std::wstring& ipv6Addresses) {
-  ipv4Addresses.clear();
-  ipv6Addresses.clear();
-  LogScope log;
-  log.Error(L"GetIPAddressesFromHostName: Refused. This build can't resolve %s.", hostName.c_str());
-}
-
-std::wstring Network::GetIPAddressFromHostName(const std::wstring& hostName) {
-  LogScope log;
-  log.Error(L"GetIPAddressFromHostName: Refused. This build can't resolve %s.", hostName.c_str());
-  return {};
 }
 
 }  // namespace Halvard
