@@ -148,7 +148,8 @@ TEST(DescribedFacts, PortsInUseComeSortedInNetworkOrder) {
 TEST(DescribedFacts, HostsListenersAreThereWhenTold) {
   Instance instance;
   instance.Remove("/ports");
-  const int listener = socket(AF_INET, SOCK_STREAM, 0);
+  // The host's own function: the lab's takes the enumeration.
+  const int listener = socket(AF_INET, int{SOCK_STREAM}, 0);
   sockaddr_in address{};
   address.sin_family = AF_INET;
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);

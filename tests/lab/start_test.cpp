@@ -71,6 +71,20 @@ TEST_F(StartedMachine, IsItsDescriptionLaidOverThatOfItsBase) {
   EXPECT_TRUE(fs::is_directory(folder_ / "instance/drive_c/Windows/TEMP"));
 }
 
+TEST_F(StartedMachine, HasThePackagesOfTheBuildBesideItsProgram) {
+  Write("mine/machine.json", R"({"base": "server", "program": {"path": "C:\\x\\y\\agent.exe"}})");
+  DescribedMachine(folder_ / "mine").Start(folder_ / "instance");
+  EXPECT_TRUE(fs::exists(folder_ / "instance/drive_c/x/y/Ostrel-python.msi"));
+  EXPECT_TRUE(fs::exists(folder_ / "instance/drive_c/x/y/rimsa-upgrade-runner.msi"));
+}
+
+TEST_F(StartedMachine, PackagesHaveToBeSomeThatTheBuildMakes) {
+  Write("mine/machine.json", R"({"base": "server", "program": {"packages": ["none.msi"]}})");
+  const std::string fault = Fault("mine");
+  EXPECT_THAT(fault, HasSubstr("/program/packages: expected packages that the build"));
+  EXPECT_THAT(fault, HasSubstr("none.msi"));
+}
+
 TEST_F(StartedMachine, MayBeNamedByItsFile) {
   DescribedMachine(folder_ / "server" / "machine.json").Start(folder_ / "instance");
   EXPECT_TRUE(fs::exists(folder_ / "instance" / "registry.reg"));
