@@ -20,9 +20,4 @@ namespace Halvard::Network {
 ///         don't answer are a warning in HV_WARNING_MESSAGES.
 bool GetNTPServer(std::wstring& servers, std::wstring& type, Json::Value& reply);
 
-/// Asks one server for the time. One try, of at most 30 seconds; what comes back isn't looked at.
-/// \param server  Name or address. A name is asked at its first address.
-/// \return True when anything came back. Logged here either way.
-bool ValidateNTPServer(const std::wstring& server);
-
 }  // namespace Halvard::Network

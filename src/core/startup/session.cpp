@@ -21,6 +21,7 @@
 #include "discovery/update_manager_record.h"
 #include "host/registry.h"
 #include "host/windows_api.h"
+#include "network/network_choice.h"
 #include "security/certificate.h"
 #include "security/https_server.h"
 #include "security/service_accounts.h"
@@ -136,8 +137,8 @@ void PauseForDebugging() {
 /// An update manager has no network that would migrate.
 bool SettleNetwork(const Session& session) {
   if (session.migrationType == L"tum") return true;
-  // Not there yet: choosing the network to migrate.
-  return Discovery::CheckDefaultGateway();
+  return Network::CollectNetworkToMigrate(session.input, session.argc) &&
+         Discovery::CheckDefaultGateway();
 }
 
 std::wstring GenerateCertificate(const Session& session) {

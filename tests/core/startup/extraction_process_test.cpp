@@ -24,9 +24,12 @@ constexpr wchar_t kInterpreter[] =
     L"%LOCALAPPDATA%\\Ostrel\\Halvard\\PythonURExtractDir\\PFiles\\Ostrel\\Rimsa\\python\\python.exe";
 const std::wstring kSaid = L"PythonUpgradeRunnerExtractor::ExtractPythonAndUpgradeRunner: ";
 
-/// Runs with checks of credentials that accept one password.
+/// Runs with checks of credentials that accept one password, and with checks of the migration that
+/// end them.
 class ExtractionAtStart : public testing::Test {
  protected:
+  ExtractionAtStart() { machine_.SetVariable(Testing::kCheckFailureVariable, L"checks"); }
+
   AgentProcess Start() const {
     return AgentProcess(machine_, {L"-p", kAcceptedPassword}, AgentProcess::Input::kPipe,
                         Testing::ScriptedAgentProgram());

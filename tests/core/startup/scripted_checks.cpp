@@ -31,18 +31,19 @@ bool FailsAsPlanned(const wchar_t* variable, const wchar_t* operation) {
   return GetEnvironmentVariableW(variable, planned, 64) != 0 && std::wstring(planned) == operation;
 }
 
-/// What the choice of the system's name and network would have found.
-void AssumeNetwork() {
+/// What the choice of the system's name would have found.
+void AssumeName() {
   wchar_t address[64] = {};
   if (GetEnvironmentVariableW(Testing::kAddressVariable, address, 64) == 0) return;
-  gProperties[L"APP_NET_PNID"] = L"kv.example";
-  gProperties[L"APP_NET_PNID_IP"] = address;
+  wchar_t name[64] = {};
+  const bool hasName = GetEnvironmentVariableW(Testing::kNameVariable, name, 64) != 0;
+  gProperties[L"APP_NET_PNID"] = hasName ? name : address;
   gProperties[L"CERT_IP_ADDRESSES"] = address;
   gProperties[L"CERT_DNS_NAMES"] = L"kv.example";
 }
 
 bool IsAccepted(const std::wstring& password) {
-  AssumeNetwork();
+  AssumeName();
   return password == Testing::kAcceptedPassword;
 }
 

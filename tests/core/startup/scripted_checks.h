@@ -24,7 +24,11 @@ inline constexpr wchar_t kExtensionFailureVariable[] = L"SCRIPTED_EXTENSION_FAIL
 /// the gateway, "gateway". Each of the two leaves a line in the log.
 inline constexpr wchar_t kCheckFailureVariable[] = L"SCRIPTED_CHECK_FAILURE";
 
-/// The variable by which a test gives the address that migrates. Without it none is known.
+/// The variable by which a test gives the address of the machine, which is its system name as well.
+/// Without it none is known.
 inline constexpr wchar_t kAddressVariable[] = L"SCRIPTED_ADDRESS";
+
+/// The variable by which a test gives a system name beside the address.
+inline constexpr wchar_t kNameVariable[] = L"SCRIPTED_NAME";
 
 }  // namespace Halvard::Testing

@@ -162,7 +162,8 @@ TEST_F(Session, ChecksRunBetweenTheInventoryAndTheCertificate) {
   machine.SetVariable(Testing::kInventoryVariable, L"1 1");
   const std::vector<Testing::LogLine> log = Serve(machine).log;
   EXPECT_LT(PlaceOf(L"wmain: Inventory size", log), PlaceOf(L"Scripted: RunPreMigra", log));
-  EXPECT_LT(PlaceOf(L"Scripted: RunPreMigra", log), PlaceOf(L"Scripted: CheckDefault", log));
+  EXPECT_LT(PlaceOf(L"Scripted: RunPreMigra", log), PlaceOf(L"CollectNetworkToMigrate: ", log));
+  EXPECT_LT(PlaceOf(L"CollectNetworkToMigrate: ", log), PlaceOf(L"Scripted: CheckDefault", log));
   EXPECT_LT(PlaceOf(L"Scripted: CheckDefault", log), PlaceOf(L"GenerateSSLCertificate: ", log));
   EXPECT_LT(PlaceOf(L"GenerateSSLCertificate: ", log), std::ssize(log));
   EXPECT_THAT(log, Contains(InfoLine(L"Scripted: RunPreMigrationChecks(3)")));
@@ -285,7 +286,8 @@ TEST_F(Session, CertificateThatCannotBeWrittenEndsTheRun) {
 
 TEST_F(Session, UnknownAddressFamilyEndsTheRun) {
   ReadyMachine machine("embedded-5.5");
-  machine.SetVariable(Testing::kAddressVariable, L"192.0.2.99");
+  // The adapter is found when the network is chosen, and not again after that.
+  machine.PlanFault({.function = "GetNameInfoW", .call = 2, .match = {}, .error = 11001});
   const AgentRun run = RunToItsEnd(machine);
   EXPECT_EQ(run.exitCode, kFailureCode);
   EXPECT_THAT(run.console, testing::EndsWith(English(1148) + L"\n"));
