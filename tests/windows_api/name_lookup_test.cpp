@@ -165,6 +165,7 @@ TEST(NumericText, IsSpeltAsTheSystemDoes) {
 
 TEST(NumericText, EndsDottedForTunnels) {
   SKIP_ON_WINE("Wine spells these as the host does");
+  const StartedSockets sockets;
   for (const TextRow& row : {
            TextRow{{0, 0, 0, 0, 0, 0xFFFF, 0, 0x4403}, L"::ffff:0:4403"},
            TextRow{{0, 0, 0, 0, 0xFFFF, 0, 0x100, 4}, L"::ffff:0:1.0.0.4"},
