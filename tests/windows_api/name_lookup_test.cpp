@@ -16,7 +16,7 @@ struct FreeList {
   void operator()(PADDRINFOW list) const { FreeAddrInfoW(list); }
 };
 
-class GetAddrInfo : public ::testing::Test {
+class NameLookup : public ::testing::Test {
  protected:
   /// \return The code; the texts of the addresses are in texts_ then.
   INT Ask(const wchar_t* name, int family, int flags) {
@@ -43,7 +43,7 @@ class GetAddrInfo : public ::testing::Test {
 
 using Texts = std::vector<std::wstring>;
 
-TEST_F(GetAddrInfo, ReadsAddressesOfTheFamily) {
+TEST_F(NameLookup, ReadsAddressesOfTheFamily) {
   for (const int flags : {0, AI_NUMERICHOST}) {
     EXPECT_EQ(Ask(L"192.0.2.1", AF_INET, flags), 0);
     EXPECT_EQ(texts_, Texts{L"192.0.2.1"});
@@ -52,14 +52,14 @@ TEST_F(GetAddrInfo, ReadsAddressesOfTheFamily) {
   }
 }
 
-TEST_F(GetAddrInfo, ReadsLaxSpellings) {
+TEST_F(NameLookup, ReadsLaxSpellings) {
   for (const wchar_t* text : {L"127.1", L"0x7f.1", L"0177.0.0.1", L"2130706433"}) {
     EXPECT_EQ(Ask(text, AF_INET, AI_NUMERICHOST), 0) << text;
     EXPECT_EQ(texts_, Texts{L"127.0.0.1"}) << text;
   }
 }
 
-TEST_F(GetAddrInfo, RefusesNamesWhenOnlyAddressesWillDo) {
+TEST_F(NameLookup, RefusesNamesWhenOnlyAddressesWillDo) {
   for (const wchar_t* text : {L"localhost", L"kv.example", L"192.0.2.1:80", L" 192.0.2.1",
                               L"192.0.2.1 ", L"192.0.2.256", L"1.2.3.4.5"}) {
     EXPECT_EQ(Ask(text, AF_INET, AI_NUMERICHOST), WSAHOST_NOT_FOUND) << text;
@@ -67,20 +67,20 @@ TEST_F(GetAddrInfo, RefusesNamesWhenOnlyAddressesWillDo) {
   }
 }
 
-TEST_F(GetAddrInfo, RefusesAddressesOfTheOtherFamily) {
+TEST_F(NameLookup, RefusesAddressesOfTheOtherFamily) {
   SKIP_ON_WINE("GetAddrInfoW of Wine answers -9 for an address of the other family");
   EXPECT_EQ(Ask(L"::1", AF_INET, AI_NUMERICHOST), WSAHOST_NOT_FOUND);
   EXPECT_EQ(Ask(L"127.1", AF_INET6, AI_NUMERICHOST), WSAHOST_NOT_FOUND);
   EXPECT_EQ(Ask(L"::ffff:192.0.2.1", AF_INET, AI_NUMERICHOST), WSAHOST_NOT_FOUND);
 }
 
-TEST_F(GetAddrInfo, ReadsAScopeAsANumber) {
+TEST_F(NameLookup, ReadsAScopeAsANumber) {
   SKIP_ON_WINE("GetNameInfoW of Wine writes the scope as an interface's name");
   EXPECT_EQ(Ask(L"fe80::1%3", AF_INET6, AI_NUMERICHOST), 0);
   EXPECT_EQ(texts_, Texts{L"fe80::1%3"});
 }
 
-TEST_F(GetAddrInfo, ReadsBracketsWithAndWithoutAPort) {
+TEST_F(NameLookup, ReadsBracketsWithAndWithoutAPort) {
   SKIP_ON_WINE("GetAddrInfoW of Wine doesn't know a port behind brackets");
   for (const wchar_t* text : {L"[2001:db8::1]", L"[2001:db8::1]:443"}) {
     EXPECT_EQ(Ask(text, AF_INET6, AI_NUMERICHOST), 0) << text;
@@ -91,7 +91,7 @@ TEST_F(GetAddrInfo, ReadsBracketsWithAndWithoutAPort) {
   }
 }
 
-TEST_F(GetAddrInfo, GivesOneEntryForAnAddressWithoutHints) {
+TEST_F(NameLookup, GivesOneEntryForAnAddressWithoutHints) {
   SKIP_ON_WINE("GetAddrInfoW of Wine gives one for each kind of socket");
   PADDRINFOW list = nullptr;
   ASSERT_EQ(GetAddrInfoW(L"192.0.2.1", nullptr, nullptr, &list), 0);
@@ -102,7 +102,7 @@ TEST_F(GetAddrInfo, GivesOneEntryForAnAddressWithoutHints) {
   FreeAddrInfoW(list);
 }
 
-TEST_F(GetAddrInfo, SetsTheListToNullOnFailure) {
+TEST_F(NameLookup, SetsTheListToNullOnFailure) {
   ADDRINFOW something = {};
   PADDRINFOW list = &something;
   ADDRINFOW hints = {};
@@ -113,7 +113,7 @@ TEST_F(GetAddrInfo, SetsTheListToNullOnFailure) {
   FreeAddrInfoW(nullptr);
 }
 
-TEST_F(GetAddrInfo, KnowsLocalhost) {
+TEST_F(NameLookup, KnowsLocalhost) {
   EXPECT_EQ(Ask(L"localhost", AF_INET, 0), 0);
   EXPECT_EQ(texts_, Texts{L"127.0.0.1"});
 }
@@ -247,7 +247,7 @@ TEST_F(AddressToString, RefusesAnAddressThatIsCut) {
   EXPECT_EQ(WSAGetLastError(), WSAEFAULT);
 }
 
-TEST(InetPton, IsStrict) {
+TEST(InetPtonW, IsStrict) {
   in6_addr bytes = {};
   for (const wchar_t* text : {L"192.0.2.1", L"0.0.0.0", L"255.255.255.255"}) {
     EXPECT_EQ(InetPtonW(AF_INET, text, &bytes), 1) << text;
@@ -270,7 +270,7 @@ TEST(InetPton, IsStrict) {
   }
 }
 
-TEST(InetPton, RefusesNull) {
+TEST(InetPtonW, RefusesNull) {
   in_addr bytes = {};
   EXPECT_EQ(InetPtonW(AF_INET, nullptr, &bytes), -1);
   EXPECT_EQ(GetLastError(), DWORD{WSAEFAULT});
