@@ -151,8 +151,9 @@ class Discovery(WineTest):
         self.machine.register_service('kelvd')
         self.assertEqual(self.run_agent(), self.KELVANE_SERVER_FOUND)
         # Nobody listens there.
-        self.assertIn('W: ValidateKvAdminCredentials: Failed to validate KV credentials. '
-                      'Host:localhost, Port:', self.machine.log())
+        failure = ('W: ValidateKvAdminCredentials: Failed to validate KV credentials. '
+                   'Host:localhost, Port:')
+        self.assertTrue(any(line.startswith(failure) for line in self.machine.log()))
         self.assertEqual(self.machine.run('msiexec', '/x', KELVANE_PRODUCT, '/qn').exit_code, 0)
         self.assertEqual(self.run_agent(), self.NOTHING_FOUND)
 
@@ -180,7 +181,6 @@ class KelvaneServer(WineTest):
         self.machine.register_product(KELVANE_PRODUCT, KELVANE_SERVER_55, '5.5.0.2001466')
         self.machine.set_registry('SOFTWARE\\Ostrel, Inc.\\Ostrel Kelvane', 'HttpsProxyPort',
                                   str(self.server['port']))
-        self.machine.register_service('kelvd')
 
     def operations(self) -> list:
         """What the server was asked, in order. It refused nothing as ill said."""
@@ -189,6 +189,7 @@ class KelvaneServer(WineTest):
         return [line['operation'] for line in lines if line['event'] == 'request']
 
     def test_proves_the_password_and_counts_the_inventory(self):
+        self.machine.register_service('kelvd')
         run = self.machine.run(WHOLE_AGENT, '-p', ACCEPTED_PASSWORD)
         log = self.machine.log()
         self.assertIn('I: ValidateKvAdminCredentials: Successfully validated KV credentials for '
@@ -204,7 +205,6 @@ class KelvaneServer(WineTest):
         self.assert_no_password_in(run.console)
 
     def test_wants_the_password_of_its_services_account(self):
-        self.machine.run('sc', 'delete', 'kelvd')
         account = '.\\kelvd-service'
         self.machine.register_service('kelvd', account)
         run = self.machine.run(AGENT, '-p', ACCEPTED_PASSWORD)
@@ -213,6 +213,7 @@ class KelvaneServer(WineTest):
         self.assert_no_password_in(run.console)
 
     def test_is_refused_with_a_wrong_password(self):
+        self.machine.register_service('kelvd')
         run = self.machine.run(AGENT, '-p', PASSWORD)
         self.assertEqual(run.exit_code, FAILURE)
         self.assertEqual(run.console, Discovery.KELVANE_SERVER_FOUND)

@@ -20,7 +20,11 @@ void MakeFile(const std::wstring& path) {
                           FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
-UINT WINAPI MakeExpectedFiles(LPCWSTR, LPCWSTR properties) {
+}  // namespace
+
+// The header doesn't mark it as imported, so calls go to the function itself. The linker takes this
+// one before it looks into the import library.
+UINT WINAPI MsiInstallProductW(LPCWSTR, LPCWSTR properties) {
   // ACTION=ADMIN TARGETDIR="..."
   const std::wstring text = properties;
   const std::size_t begin = text.find(L'"') + 1;
@@ -28,12 +32,4 @@ UINT WINAPI MakeExpectedFiles(LPCWSTR, LPCWSTR properties) {
   MakeFile(target + Halvard::Runner::kInterpreter);
   MakeFile(target + Halvard::Runner::kRunnerScript);
   return ERROR_SUCCESS;
-}
-
-}  // namespace
-
-// What a call of an imported function goes through. The linker takes this one before it looks into
-// the import library.
-extern "C" {
-decltype(&MsiInstallProductW) __imp_MsiInstallProductW = MakeExpectedFiles;
 }
