@@ -91,6 +91,15 @@ int _wtoi(const wchar_t* text) {
   return static_cast<int>(negative ? -number : std::min(number, kLargest));
 }
 
+int _stricmp(const char* left, const char* right) {
+  for (;; ++left, ++right) {
+    const wchar_t a = FoldAscii(static_cast<unsigned char>(*left));
+    const wchar_t b = FoldAscii(static_cast<unsigned char>(*right));
+    if (a != b) return a < b ? -1 : 1;
+    if (a == 0) return 0;
+  }
+}
+
 int _wcsnicmp(const wchar_t* left, const wchar_t* right, std::size_t count) {
   for (; count > 0; --count, ++left, ++right) {
     const wchar_t a = FoldAscii(*left);

@@ -26,6 +26,7 @@ wchar_t* _wcsdup(const wchar_t* text);
 
 double _wtof(const wchar_t* text);
 int _wtoi(const wchar_t* text);
+int _stricmp(const char* left, const char* right);
 int _wcsicmp(const wchar_t* left, const wchar_t* right);
 int _wcsnicmp(const wchar_t* left, const wchar_t* right, std::size_t count);
 

@@ -1,10 +1,11 @@
 // Sockets. A socket is a descriptor of the host, so what the host's own headers declare (ntohs and
 // its kin) serves as it stands. Functions that the host has too are overloads: which one is meant
-// is told by the type of the socket, and by that of SOCK_DGRAM where there isn't one yet.
+// is told by the type of the socket, and by that of SOCK_STREAM where there isn't one yet.
 #pragma once
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <sys/socket.h>
 
 #include <minwindef.h>
@@ -23,7 +24,9 @@
 #define WSAEADDRNOTAVAIL 10049
 #define WSAENETUNREACH 10051
 #define WSAECONNRESET 10054
+#define WSAEISCONN 10056
 #define WSAETIMEDOUT 10060
+#define WSAECONNREFUSED 10061
 #define WSAEHOSTUNREACH 10065
 #define WSANOTINITIALISED 10093
 #define WSAHOST_NOT_FOUND 11001
@@ -51,6 +54,7 @@ int WINAPI WSACleanup();
 
 SOCKET WINAPI socket(int family, __socket_type type, int protocol);
 int WINAPI closesocket(SOCKET s);
+int WINAPI connect(SOCKET s, const sockaddr* to, int length);
 int WINAPI sendto(SOCKET s, const char* bytes, int length, int flags, const sockaddr* to,
                   int toLength);
 int WINAPI setsockopt(SOCKET s, int level, int option, const char* value, int length);

@@ -49,6 +49,10 @@ DWORD SocketError(int hostError) {
     case ECONNREFUSED:
     case ECONNRESET:
       return WSAECONNRESET;
+    case EISCONN:
+      return WSAEISCONN;
+    case ETIMEDOUT:
+      return WSAETIMEDOUT;
     case EHOSTUNREACH:
       return WSAEHOSTUNREACH;
     default:

@@ -86,6 +86,16 @@ TEST(CompareText, OrdersByFoldedCharacters) {
   EXPECT_LT(_wcsicmp(L"_", L"A"), 0);
 }
 
+TEST(CompareText, NarrowTextIsComparedAlike) {
+  EXPECT_EQ(_stricmp("0a:1B", "0A:1b"), 0);
+  EXPECT_NE(_stricmp("\xC4", "\xE4"), 0);
+  EXPECT_LT(_stricmp("abc", "ABD"), 0);
+  EXPECT_LT(_stricmp("ab", "ABC"), 0);
+  EXPECT_LT(_stricmp("_", "A"), 0);
+  // Bytes above 127 come behind all others.
+  EXPECT_GT(_stricmp("\xC4", "z"), 0);
+}
+
 TEST(CompareText, CountEndsTheComparison) {
   EXPECT_EQ(_wcsnicmp(L"abX", L"ABy", 2), 0);
   EXPECT_LT(_wcsnicmp(L"abX", L"ABy", 3), 0);
