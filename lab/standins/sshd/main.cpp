@@ -1,0 +1,124 @@
+// lab-sshd: an appliance of the lab for programs that aren't C++.
+#include <json/writer.h>
+#include <poll.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <array>
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <memory>
+#include <string>
+
+#include "standins/sshd/sshd.h"
+#include "standins/sshd/tcp_relay.h"
+
+namespace {
+
+struct Options {
+  Lab::Sshd::Settings settings;
+  Lab::TcpRelay::Limits limits;
+  bool untilInputEnds = false;
+};
+
+constexpr const char* kFooter =
+    R"(On its start it prints one line of JSON: address and port to connect to, user, thumbprints by kind of
+key, folder (a memory file system, as clients name it), root (where this host sees the server's files:
+put a path behind it), pid. It ends on SIGTERM and SIGINT. Exit codes: 0 after such an end, 1 when it
+can't start, 2 for a wrong command line.)";
+
+void AddOptions(CLI::App& app, Options& options) {
+  app.add_option("--user", options.settings.user, "Who may log in; root");
+  app.add_option("--password", options.settings.password, "\"secret\"");
+  app.add_option("--host-key", options.settings.hostKeys, "rsa, ecdsa, ed25519; several; rsa")
+      ->check(CLI::IsMember({"rsa", "ecdsa", "ed25519"}));
+  app.add_option("--disk-size", options.settings.diskSize, "Room in the folder, as 64k or 2g");
+  app.add_option("--option", options.settings.options, "Further line of sshd_config; several");
+  app.add_option("--close-after", options.limits.closeAfter,
+                 "Close a connection after so many bytes of the client");
+  app.add_option("--silent-after", options.limits.silentAfter,
+                 "Fall silent after so many bytes of the client");
+  app.add_option("--rate", options.limits.bytesPerSecond,
+                 "Take so many bytes of the client in a second");
+  app.add_flag("--until-input-ends", options.untilInputEnds,
+               "End when standard input ends as well, so that nobody leaves it behind");
+  app.footer(kFooter);
+}
+
+bool HasLimits(const Lab::TcpRelay::Limits& limits) {
+  return limits.closeAfter || limits.silentAfter || limits.bytesPerSecond;
+}
+
+/// A descriptor that is readable once the program is asked to end.
+int EndRequests() {
+  sigset_t signals;
+  sigemptyset(&signals);
+  sigaddset(&signals, SIGTERM);
+  sigaddset(&signals, SIGINT);
+  sigprocmask(SIG_BLOCK, &signals, nullptr);
+  return signalfd(-1, &signals, SFD_CLOEXEC);
+}
+
+void WaitForEnd(int requests, bool untilInputEnds) {
+  pollfd ready[] = {{requests, POLLIN, 0}, {untilInputEnds ? STDIN_FILENO : -1, POLLIN, 0}};
+  std::array<char, 256> ignored;
+  while (poll(ready, 2, -1) < 0 || ready[0].revents == 0) {
+    if (ready[1].revents != 0 && read(STDIN_FILENO, ignored.data(), ignored.size()) <= 0) return;
+  }
+}
+
+void Announce(const Lab::Sshd& server, const Options& options, const std::string& address) {
+  Json::Value line;
+  line["address"] = address;
+  line["port"] = std::stoi(address.substr(address.rfind(':') + 1));
+  line["user"] = options.settings.user;
+  for (const std::string& type : options.settings.hostKeys) {
+    line["thumbprints"][type] = server.Thumbprint(type);
+  }
+  line["folder"] = server.Folder();
+  line["root"] = server.HostPath("").string();
+  line["pid"] = getpid();
+  Json::StreamWriterBuilder builder;
+  builder["indentation"] = "";
+  std::printf("%s\n", Json::writeString(builder, line).c_str());
+  std::fflush(stdout);
+}
+
+void Run(const Options& options) {
+  if (const std::string reason = Lab::Sshd::WhyNot(); !reason.empty()) {
+    throw std::runtime_error(reason);
+  }
+  // The server's first process must not inherit the blocked signals, so they are blocked after it.
+  const Lab::Sshd server(options.settings);
+  const int requests = EndRequests();
+  std::unique_ptr<Lab::TcpRelay> relay;
+  if (HasLimits(options.limits)) {
+    relay = std::make_unique<Lab::TcpRelay>(server.Address(), options.limits);
+  }
+  Announce(server, options, relay ? relay->Address() : server.Address());
+  WaitForEnd(requests, options.untilInputEnds);
+  close(requests);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  CLI::App app{
+      "An appliance of the lab: the real sshd, alone on this host with a user of its own."};
+  Options options;
+  AddOptions(app, options);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? 0 : 2;
+  }
+  try {
+    Run(options);
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "lab-sshd: %s\n", error.what());
+    return 1;
+  }
+  return 0;
+}
