@@ -56,6 +56,12 @@ endif()
 find_package(jsoncpp REQUIRED)
 find_package(pugixml 1.13 REQUIRED)
 find_path(RAPIDJSON_INCLUDE_DIR rapidjson/reader.h REQUIRED)
+# Its own package file wants a zlib that it doesn't link.
+add_library(libssh2 STATIC IMPORTED)
+set_target_properties(libssh2 PROPERTIES
+  IMPORTED_LOCATION ${HALVARD_DEPENDENCY_PREFIX}/lib/libssh2.a
+  INTERFACE_INCLUDE_DIRECTORIES ${HALVARD_DEPENDENCY_PREFIX}/include
+  INTERFACE_LINK_LIBRARIES OpenSSL::Crypto)
 if(NOT WIN32)
   add_library(valijson INTERFACE IMPORTED)
   target_include_directories(valijson INTERFACE ${HALVARD_DEPENDENCY_PREFIX}/include)
