@@ -1,7 +1,9 @@
 # Libraries that both builds link. What Debian doesn't package for a build is in the cache that
 # cmake/setup/build-dependencies fills, for the Windows build that is all of them.
 set(HALVARD_DEPENDENCY_SCRIPT ${CMAKE_SOURCE_DIR}/cmake/setup/build-dependencies)
-set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${HALVARD_DEPENDENCY_SCRIPT})
+file(GLOB HALVARD_DEPENDENCY_PATCHES CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/cmake/setup/patches/*.patch)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS
+             ${HALVARD_DEPENDENCY_SCRIPT} ${HALVARD_DEPENDENCY_PATCHES})
 if(WIN32)
   set(HALVARD_DEPENDENCY_TARGET windows)
 else()

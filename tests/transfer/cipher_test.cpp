@@ -1,10 +1,15 @@
-// What goes through each cipher.
+// What goes through each cipher, and how it's handed to OpenSSL.
 #include "secure_copy_fixture.h"
+#include "ssh_calls.h"
 
 namespace Halvard::Transfer {
 namespace {
 
+using ::testing::Ge;
 using ::testing::HasSubstr;
+using Testing::SshCalls;
+
+constexpr std::size_t kBlock = 8192;
 
 struct CipherCase {
   const char* name;
@@ -44,6 +49,23 @@ TEST_F(Cipher, IsAes128GcmInBothDirectionsWhereTheServerHasIt) {
   ASSERT_TRUE(Copy());
   EXPECT_THAT(server_->Log(), HasSubstr("client->server cipher: aes128-gcm@openssh.com"));
   EXPECT_THAT(server_->Log(), HasSubstr("server->client cipher: aes128-gcm@openssh.com"));
+}
+
+// The library out of the box hands over 16 bytes at a time, which takes several times as long.
+TEST_F(Cipher, TakesAWholeBlockOfTheFileInOneCall) {
+  StartServer();
+  SetContent(kBlock);
+  const SshCalls calls;
+  ASSERT_TRUE(Copy());
+  EXPECT_THAT(calls.LongestCipherPiece(), Ge(kBlock));
+}
+
+TEST_F(Cipher, TakesAWholeBlockOfTheFileWithACodeOfItsOwnToo) {
+  StartServer({.hostKeys = {"ed25519"}, .options = {"Ciphers aes256-ctr"}});
+  SetContent(kBlock);
+  const SshCalls calls;
+  ASSERT_TRUE(Copy());
+  EXPECT_THAT(calls.LongestCipherPiece(), Ge(kBlock));
 }
 
 }  // namespace
