@@ -94,6 +94,17 @@ fs::path LinkTarget(const std::wstring& path) {
   return LinkTarget(path.substr(0, cut)) / Lab::ToUtf8(path.substr(cut + 1));
 }
 
+/// What a folder has beside what the host's has. The root of each drive is hidden and the system's.
+DWORD DescribedAttributes(std::wstring_view name) {
+  std::wstring path = Lab::FullPath(name);
+  const bool isRoot = path.size() <= 3;
+  if (!isRoot && path.ends_with(L'\\')) path.pop_back();
+  const auto& described = Lab::TheMachine().Describe().disks.attributes;
+  const auto found = described.find(path);
+  const DWORD attributes = found == described.end() ? 0 : found->second;
+  return isRoot ? attributes | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM : attributes;
+}
+
 bool IsCurrentFolder(const fs::path& place) {
   const Lab::FoundPath current = Lab::FindPath(Lab::TheMachine().Describe().currentDirectory);
   return current.error == ERROR_SUCCESS && current.host == place;
@@ -120,7 +131,7 @@ DWORD GetFileAttributesW(LPCWSTR name) {
     error = Lab::ErrorOfHost(errno);
   }
   if (!Answer(error)) return INVALID_FILE_ATTRIBUTES;
-  return Lab::AttributesOf(found.host, status);
+  return Lab::AttributesOf(found.host, status) | DescribedAttributes(name);
 }
 
 BOOL CopyFileW(LPCWSTR source, LPCWSTR target, BOOL failIfExists) {

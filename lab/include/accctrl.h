@@ -13,6 +13,7 @@
 
 #define ACL_REVISION 2u
 #define ACCESS_ALLOWED_ACE_TYPE 0u
+#define ACCESS_DENIED_ACE_TYPE 1u
 #define NO_INHERITANCE 0u
 
 /// The head of a list; its entries follow at once.

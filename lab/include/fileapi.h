@@ -29,6 +29,8 @@ BOOL WINAPI DeleteFileW(LPCWSTR name);
 DWORD WINAPI GetFileAttributesW(LPCWSTR name);
 
 BOOL WINAPI RemoveDirectoryW(LPCWSTR name);
+BOOL WINAPI GetDiskFreeSpaceExW(LPCWSTR folder, PULARGE_INTEGER freeToCaller, PULARGE_INTEGER total,
+                                PULARGE_INTEGER totalFree);
 
 HANDLE WINAPI FindFirstFileW(LPCWSTR pattern, LPWIN32_FIND_DATAW entry);
 BOOL WINAPI FindNextFileW(HANDLE find, LPWIN32_FIND_DATAW entry);

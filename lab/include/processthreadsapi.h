@@ -49,6 +49,10 @@ BOOL WINAPI GetExitCodeProcess(HANDLE process, LPDWORD exitCode);
 HANDLE WINAPI OpenThread(DWORD access, BOOL inherit, DWORD threadId);
 DWORD WINAPI GetCurrentThreadId();
 
+/// Stands for the calling thread; it needn't be closed.
+HANDLE WINAPI GetCurrentThread();
+BOOL WINAPI OpenThreadToken(HANDLE thread, DWORD access, BOOL openAsSelf, PHANDLE token);
+
 HANDLE WINAPI GetCurrentProcess();
 BOOL WINAPI OpenProcessToken(HANDLE process, DWORD access, PHANDLE token);
 

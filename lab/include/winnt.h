@@ -36,6 +36,15 @@ using LANGID = std::uint16_t;
 #define GENERIC_READ 0x80000000u
 #define GENERIC_WRITE 0x40000000u
 #define FILE_LIST_DIRECTORY 0x0001u
+#define FILE_DELETE_CHILD 0x0040u
+#define FILE_GENERIC_READ 0x00120089u
+#define FILE_GENERIC_WRITE 0x00120116u
+#define FILE_GENERIC_EXECUTE 0x001200A0u
+#define FILE_ALL_ACCESS 0x001F01FFu
+#define READ_CONTROL 0x00020000u
+#define WRITE_DAC 0x00040000u
+#define WRITE_OWNER 0x00080000u
+#define MAXIMUM_ALLOWED 0x02000000u
 
 #define FILE_SHARE_READ 0x00000001u
 #define FILE_SHARE_WRITE 0x00000002u
@@ -60,7 +69,11 @@ struct FILE_NOTIFY_INFORMATION {
 };
 
 #define TOKEN_QUERY 0x0008u
-enum SECURITY_IMPERSONATION_LEVEL { SecurityAnonymous, SecurityIdentification };
+enum SECURITY_IMPERSONATION_LEVEL {
+  SecurityAnonymous,
+  SecurityIdentification,
+  SecurityImpersonation
+};
 enum TOKEN_TYPE { TokenPrimary = 1, TokenImpersonation };
 enum SID_NAME_USE {
   SidTypeUser = 1,
@@ -82,6 +95,8 @@ using PSID_NAME_USE = SID_NAME_USE*;
 #define FILE_ATTRIBUTE_ARCHIVE 0x00000020u
 #define FILE_ATTRIBUTE_NORMAL 0x00000080u
 #define FILE_ATTRIBUTE_REPARSE_POINT 0x00000400u
+#define FILE_ATTRIBUTE_COMPRESSED 0x00000800u
+#define FILE_ATTRIBUTE_ENCRYPTED 0x00004000u
 
 #define IO_REPARSE_TAG_SYMLINK 0xA000000Cu
 
@@ -98,6 +113,19 @@ union LARGE_INTEGER {
   LONGLONG QuadPart;
 };
 using PLARGE_INTEGER = LARGE_INTEGER*;
+union ULARGE_INTEGER {
+  struct {
+    std::uint32_t LowPart;
+    std::uint32_t HighPart;
+  } u;
+  std::uint64_t QuadPart;
+};
+using PULARGE_INTEGER = ULARGE_INTEGER*;
+
+struct LUID {
+  std::uint32_t LowPart;
+  LONG HighPart;
+};
 
 #define KEY_SET_VALUE 0x0002u
 
@@ -122,6 +150,22 @@ struct SID {
   std::uint32_t SubAuthority[1];
 };
 using PSID = PVOID;
+
+using ACCESS_MASK = std::uint32_t;
+struct GENERIC_MAPPING {
+  ACCESS_MASK GenericRead;
+  ACCESS_MASK GenericWrite;
+  ACCESS_MASK GenericExecute;
+  ACCESS_MASK GenericAll;
+};
+using PGENERIC_MAPPING = GENERIC_MAPPING*;
+
+using SECURITY_INFORMATION = std::uint32_t;
+#define OWNER_SECURITY_INFORMATION 0x1u
+#define GROUP_SECURITY_INFORMATION 0x2u
+#define DACL_SECURITY_INFORMATION 0x4u
+
+enum WELL_KNOWN_SID_TYPE { WinBuiltinAdministratorsSid = 26 };
 
 #define SID_REVISION 1
 #define SID_MAX_SUB_AUTHORITIES 15

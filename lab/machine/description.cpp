@@ -32,6 +32,7 @@ std::wstring FullName(const Json::Value& computer, const Description& descriptio
 void ReadUser(const Json::Value& user, Description& description) {
   description.userName = Wide(user["name"]);
   description.userSid = Wide(user["sid"]);
+  description.defaultOwner = Wide(user["defaultOwner"]);
   const bool elevated = user.get("elevated", true).asBool();
   for (const Json::Value& sid : user["groups"]) {
     description.groups.push_back({Wide(sid), !elevated && Wide(sid) == kAdministrators});
@@ -181,6 +182,8 @@ Description ParseDescription(const Json::Value& document, const std::filesystem:
     description.nameService = ReadNameService(document["hosts"], document["dns"]);
     description.addressMap = AddressMap(document["addressMap"]);
     description.fileVersions = ReadFileVersions(document["fileVersions"]);
+    description.disks =
+        ReadDisks(document["disks"], document["folderRights"], document["folderAttributes"]);
   } catch (const std::invalid_argument& fault) {
     throw MachineError(file.string() + ": " + fault.what());
   }

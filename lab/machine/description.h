@@ -16,6 +16,7 @@
 #include "machine/adapters.h"
 #include "machine/address_map.h"
 #include "machine/clock.h"
+#include "machine/disks.h"
 #include "machine/faults.h"
 #include "machine/file_versions.h"
 #include "machine/name_service.h"
@@ -58,6 +59,8 @@ struct Description {
   std::wstring userName;  ///< DOMAIN\user
   std::wstring userSid;
   std::vector<Group> groups;
+  std::wstring
+      defaultOwner;  ///< SID of whom the user's new objects belong to; empty for the usual.
 
   /// \return True when the user is of the SID: himself, or by a group that isn't there to deny.
   bool UserIsOf(std::wstring_view wanted) const;
@@ -81,6 +84,7 @@ struct Description {
   /// Programs of the host that run in place of program files with these names.
   std::map<std::wstring, std::string, LessNoCase> programs;
 
+  Disks disks;
   std::map<std::string, std::wstring> knownFolders;  ///< By name: "LocalAppData", "Desktop".
   FileVersions fileVersions;
   std::vector<Product> products;

@@ -54,4 +54,15 @@ class ProcessToken : public Token {
   }
 };
 
+/// What a thread has that acts for its own process's user.
+class ThreadToken : public Token {
+ public:
+  bool IsPrimary() const override { return false; }
+  /// Opened to be asked and no more, like the process's.
+  std::shared_ptr<Token> ToImpersonate() const override { return nullptr; }
+  bool IsOf(std::wstring_view wanted) const override {
+    return TheMachine().Describe().UserIsOf(wanted);
+  }
+};
+
 }  // namespace Lab

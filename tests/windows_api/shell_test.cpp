@@ -112,4 +112,41 @@ TEST(Module, CutNameIsTerminated) {
   EXPECT_EQ(std::wcslen(path), 4u);
 }
 
+class ShellFolder : public testing::Test {
+ protected:
+  static int Make(const std::wstring& path) {
+    return SHCreateDirectoryExW(nullptr, path.c_str(), nullptr);
+  }
+  const WindowsApi::ScratchFolder scratch_;
+};
+
+TEST_F(ShellFolder, IsMadeWithAllAboveIt) {
+  EXPECT_EQ(Make(scratch_.In(L"a\\\u00e4 \u6771\\c")), 0);
+  EXPECT_TRUE(Exists(scratch_.In(L"a\\\u00e4 \u6771\\c")));
+  EXPECT_EQ(Make(scratch_.In(L"a\\d\\")), 0);
+  EXPECT_TRUE(Exists(scratch_.In(L"a\\d")));
+}
+
+TEST_F(ShellFolder, IsToldWhenItIsThere) {
+  scratch_.MakeFolder(L"a");
+  scratch_.Write(L"file");
+  EXPECT_EQ(Make(scratch_.In(L"a")), ERROR_ALREADY_EXISTS);
+  EXPECT_EQ(Make(scratch_.In(L"file")), ERROR_ALREADY_EXISTS);
+}
+
+TEST_F(ShellFolder, CannotBeMadeEverywhere) {
+  scratch_.Write(L"file");
+  EXPECT_EQ(Make(scratch_.In(L"file\\a")), ERROR_PATH_NOT_FOUND);
+  EXPECT_EQ(Make(L"relative"), ERROR_BAD_PATHNAME);
+  EXPECT_EQ(Make(L""), ERROR_BAD_PATHNAME);
+  EXPECT_EQ(Make(scratch_.In(L"a|b")), ERROR_INVALID_NAME);
+}
+
+TEST_F(ShellFolder, LeavesRoomForAShortName) {
+  SKIP_ON_WINE("Wine makes folders with longer paths");
+  const std::wstring path = scratch_.In(L"");
+  EXPECT_EQ(Make(path + std::wstring(247 - path.size(), L'x')), 0);
+  EXPECT_EQ(Make(path + std::wstring(248 - path.size(), L'x')), ERROR_FILENAME_EXCED_RANGE);
+}
+
 }  // namespace
