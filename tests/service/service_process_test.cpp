@@ -34,8 +34,6 @@ TEST(Service, EachOperationAnswersItsCommand) {
   };
   const std::wstring lacking = L"Not available.";
   const std::vector<Row> rows = {
-      {{L"prechecks"}, English(1088), L"InvokePreUpgrade"},
-      {{L"cached-prechecks"}, English(1088), L"GetCachedPreUpgradeResult"},
       {{L"export", L"--options", L"{}", L"--silent"}, English(1066), L"InvokeExport"},
       {{L"answer", L"--answer", L"\"yes\""}, English(1082), L"CreateAnswerFile"},
       {WithSsh(L"copy-export"), lacking, L"CopyExportData"},

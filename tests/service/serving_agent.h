@@ -1,11 +1,14 @@
 // An agent that serves, with its client beside it.
 #pragma once
 
+#include <chrono>
 #include <csignal>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
+#include <json/value.h>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
 
@@ -28,7 +31,11 @@ inline std::wstring FreePort() {
 /// An agent that serves, on a machine whose administrator has the one accepted password.
 class ServingAgent {
  public:
-  explicit ServingAgent(const std::string& machine = "embedded-5.5") : machine_(machine) {
+  /// \param upgradeRunner  What the machine's runner plays; null: nothing that is worth telling.
+  explicit ServingAgent(const std::string& machine = "embedded-5.5",
+                        const Json::Value& upgradeRunner = {})
+      : machine_(machine) {
+    if (!upgradeRunner.isNull()) machine_.Set("/upgradeRunner", upgradeRunner);
     machine_.MakeFolder(L"%LOCALAPPDATA%\\Ostrel\\Halvard");
     machine_.SetVariable(Testing::kAddressVariable, L"192.0.2.10");
     machine_.SetVariable(Testing::kInventoryVariable, L"100 1000");
@@ -61,6 +68,19 @@ class ServingAgent {
                    {"HVCTL_PASSWORD=" + WideToUtf8(Testing::kAcceptedPassword),
                     "HVCTL_SSH_PASSWORD=ssh-secret", "HVCTL_AD_PASSWORD=ad-secret"});
   }
+
+  /// Asks until the reply has the text; throws after a minute.
+  Testing::ClientRun AskUntil(const std::vector<std::wstring>& words,
+                              const std::wstring& text) const {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+    while (std::chrono::steady_clock::now() < end) {
+      Testing::ClientRun run = Ask(words);
+      if (run.output.find(text) != std::wstring::npos) return run;
+    }
+    throw std::runtime_error("The agent never answered " + WideToUtf8(text));
+  }
+
+  void WaitForLog(const Testing::LogLine& line) const { agent_->WaitForLog(line); }
 
   Testing::AgentRun Stop() {
     agent_->Signal(SIGINT);
