@@ -8,7 +8,8 @@ if(WIN32)
   # other, which doesn't wait: the thread goes on writing to the service that has been freed.
   add_compile_definitions(BOOST_ASIO_HAS_PTHREADS)
   target_link_libraries(halvard_platform INTERFACE
-    authz crypt32 dnsapi iphlpapi msi netapi32 ole32 secur32 shell32 shlwapi user32 userenv uuid version wldap32 ws2_32)
+    authz crypt32 dnsapi iphlpapi msi netapi32 ole32 oleaut32 secur32 shell32 shlwapi user32 userenv uuid version
+    wldap32 ws2_32)
 else()
   target_link_libraries(halvard_platform INTERFACE halvard_lab)
 endif()

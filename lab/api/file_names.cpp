@@ -148,6 +148,16 @@ BOOL CopyFileW(LPCWSTR source, LPCWSTR target, BOOL failIfExists) {
   return error == ERROR_SUCCESS;
 }
 
+BOOL CreateDirectoryW(LPCWSTR name, LPSECURITY_ATTRIBUTES attributes) {
+  LAB_SUPPORTS(name != nullptr && attributes == nullptr);
+  const Lab::Call call("CreateDirectoryW", name);
+  if (call.FailsByPlan()) return FALSE;
+  const Lab::FoundPath found = Lab::FindPath(name);
+  if (found.error == ERROR_SUCCESS) return Answer(ERROR_ALREADY_EXISTS);
+  if (found.error != ERROR_FILE_NOT_FOUND) return Answer(found.error);
+  return Answer(mkdir(found.host.c_str(), 0777) == 0 ? ERROR_SUCCESS : Lab::ErrorOfHost(errno));
+}
+
 BOOL RemoveDirectoryW(LPCWSTR name) {
   LAB_SUPPORTS(name != nullptr);
   const Lab::Call call("RemoveDirectoryW", name);

@@ -14,6 +14,7 @@
 #include "machine/machine.h"
 #include "machine/modules.h"
 #include "process/host_thread.h"
+#include "shell/zip_copies.h"
 #include "windows.h"
 
 #include "tlhelp32.h"
@@ -56,6 +57,7 @@ MODULEENTRY32W ModuleEntry(const std::wstring& path, DWORD count) {
 std::vector<THREADENTRY32> TakeThreads() {
   std::vector<THREADENTRY32> threads{ThreadEntry(kSystemThread, kSystemProcess)};
   for (const pid_t thread : Lab::OwnThreads()) {
+    if (Lab::TheZipCopies().Hides(thread)) continue;
     threads.push_back(ThreadEntry(static_cast<DWORD>(thread), static_cast<DWORD>(getpid())));
   }
   return threads;

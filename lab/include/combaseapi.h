@@ -1,6 +1,10 @@
-// Memory that the system hands out to its callers.
+// Objects that the system makes, and memory that it hands out to its callers.
 #pragma once
 
-#include <guiddef.h>
+#include <unknwn.h>
 
+#define CLSCTX_INPROC_SERVER 0x1u
+
+HRESULT WINAPI CoCreateInstance(REFCLSID classId, IUnknown* outer, DWORD context, REFIID id,
+                                LPVOID* object);
 void WINAPI CoTaskMemFree(LPVOID memory);

@@ -91,6 +91,11 @@
 #define DNS_ERROR_NO_DNS_SERVERS 9852
 
 #define S_OK static_cast<HRESULT>(0)
+#define S_FALSE static_cast<HRESULT>(1)
+#define E_NOINTERFACE static_cast<HRESULT>(0x80004002)
+#define CO_E_NOTINITIALIZED static_cast<HRESULT>(0x800401F0)
+#define REGDB_E_CLASSNOTREG static_cast<HRESULT>(0x80040154)
+#define E_OUTOFMEMORY static_cast<HRESULT>(0x8007000E)
 #define E_INVALIDARG static_cast<HRESULT>(0x80070057)
 #define SUCCEEDED(result) (static_cast<HRESULT>(result) >= 0)
 #define FAILED(result) (static_cast<HRESULT>(result) < 0)

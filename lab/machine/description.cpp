@@ -87,6 +87,18 @@ std::vector<EndPoint> ReadEndPoints(const Json::Value& states) {
   return endPoints;
 }
 
+ZipCopying ReadZipCopying(const Json::Value& document) {
+  static const std::map<std::string, ZipCopying::Manner> kManners = {
+      {"visible", ZipCopying::Manner::kVisible},     {"quick", ZipCopying::Manner::kQuick},
+      {"late", ZipCopying::Manner::kLate},           {"invisible", ZipCopying::Manner::kInvisible},
+      {"lingering", ZipCopying::Manner::kLingering}, {"endless", ZipCopying::Manner::kEndless}};
+  ZipCopying copying;
+  copying.manner = kManners.at(document.get("manner", "visible").asString());
+  copying.milliseconds = document.get("milliseconds", 0).asUInt();
+  copying.moduleCounted = document.get("moduleCounted", true).asBool();
+  return copying;
+}
+
 /// \return 100 ns since 1601; nothing when there is no such day or time.
 std::optional<std::uint64_t> ParseTime(const std::string& text) {
   using namespace std::chrono;
@@ -187,6 +199,7 @@ Description ParseDescription(const Json::Value& document, const std::filesystem:
   } catch (const std::invalid_argument& fault) {
     throw MachineError(file.string() + ": " + fault.what());
   }
+  description.zipCopying = ReadZipCopying(document["zipCopying"]);
   description.clock.speed = document["clock"].get("speed", 1.0).asDouble();
   if (document["clock"].isMember("startTime")) {
     description.clock.startTime = ParseTime(document["clock"]["startTime"].asString());

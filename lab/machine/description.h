@@ -50,6 +50,22 @@ struct EndPoint {
   std::uint32_t state = 2;  ///< By the numbers of MIB_TCP_STATE; of no meaning for UDP.
 };
 
+/// How the shell's copies into zip files go, as the copying program sees it.
+struct ZipCopying {
+  enum class Manner {
+    kVisible,    ///< A thread copies and then ends.
+    kQuick,      ///< It is over when the call returns; no thread is ever seen.
+    kLate,       ///< The thread shows a millisecond after the call has returned.
+    kInvisible,  ///< The thread is never seen.
+    kLingering,  ///< The thread stays when its work is done.
+    kEndless     ///< The thread stands still before its work.
+  };
+
+  Manner manner = Manner::kVisible;
+  std::uint32_t milliseconds = 0;  ///< From the call until the files are written, at the least.
+  bool moduleCounted = true;       ///< The loads of the module that copies are counted.
+};
+
 struct Description {
   std::wstring computerName;
   std::wstring fullName;  ///< Its DNS name with the primary suffix.
@@ -100,6 +116,8 @@ struct Description {
   std::vector<Adapter> adapters;
   NameService nameService;
   AddressMap addressMap;
+
+  ZipCopying zipCopying;
 
   Clock::Settings clock;
   std::vector<Fault> faults;

@@ -1,6 +1,7 @@
 #include "machine/modules.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace Lab {
 namespace {
@@ -50,5 +51,9 @@ LoadedModules& Modules() {
   static LoadedModules& modules = *new LoadedModules;
   return modules;
 }
+
+ModuleUse::ModuleUse(std::wstring name) : name_(std::move(name)) { Modules().Load(name_); }
+
+ModuleUse::~ModuleUse() { Modules().Unload(name_); }
 
 }  // namespace Lab

@@ -41,4 +41,16 @@ class LoadedModules {
 /// Those of this process.
 LoadedModules& Modules();
 
+/// One load of a module, for as long as it lives.
+class ModuleUse {
+ public:
+  explicit ModuleUse(std::wstring name);
+  ModuleUse(const ModuleUse&) = delete;
+  ModuleUse& operator=(const ModuleUse&) = delete;
+  ~ModuleUse();
+
+ private:
+  const std::wstring name_;
+};
+
 }  // namespace Lab

@@ -19,6 +19,7 @@
 #include <security.h>
 #include <share.h>
 #include <shellapi.h>
+#include <shldisp.h>
 #include <shlobj.h>
 #include <shlwapi.h>
 #include <tlhelp32.h>

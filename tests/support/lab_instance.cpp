@@ -12,6 +12,7 @@
 #include "machine/start.h"
 #include "machine/text.h"
 #include "machine/variables.h"
+#include "shell/zip_copies.h"
 
 namespace Lab {
 namespace {
@@ -77,6 +78,7 @@ Instance::Instance(const std::string& machine)
 }
 
 Instance::~Instance() {
+  TheZipCopies().EndAll();
   std::error_code ignored;
   fs::remove_all(parent_, ignored);
 }

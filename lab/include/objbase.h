@@ -1,0 +1,6 @@
+// COM on a thread.
+#pragma once
+
+#include <combaseapi.h>
+
+HRESULT WINAPI CoInitialize(LPVOID reserved);
