@@ -6,6 +6,7 @@ comes by the environment, as CMakeLists.txt sets it.
 """
 
 import functools
+import json
 import os
 import pty
 import re
@@ -190,14 +191,23 @@ class Machine:
         return self.path(self.variable('TEMP')) / 'halvard.log'
 
     def log(self) -> List[str]:
-        """The lines of the agent's log as "LEVEL: message". Each must have the form of one."""
+        """The lines of the agent's log as "LEVEL: message". One without the form of a line goes on
+        with the message before it."""
         lines = []
         for line in self.log_file.read_bytes().decode('utf-8').splitlines():
             match = LOG_LINE.fullmatch(line)
-            if not match:
+            if match:
+                lines.append(f'{match.group(1)}: {match.group(2)}')
+            elif lines:
+                lines[-1] += f'\n{line}'
+            else:
                 raise AssertionError(f'not a line of the log: {line!r}')
-            lines.append(f'{match.group(1)}: {match.group(2)}')
         return lines
+
+    def status(self) -> Optional[dict]:
+        """What the agent's status file says, if there is one."""
+        file = self.log_file.with_name('hv-status.json')
+        return json.loads(file.read_text(encoding='utf-8')) if file.exists() else None
 
 
 def packed_code(code: str) -> str:

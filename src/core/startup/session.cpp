@@ -14,6 +14,7 @@
 #include "core/startup/operator_console.h"
 #include "core/startup/port_choice.h"
 #include "core/startup/settings_summary.h"
+#include "core/startup/status_file.h"
 #include "core/text.h"
 #include "discovery/coinstalled_extensions.h"
 #include "discovery/installed_products.h"
@@ -176,7 +177,8 @@ void AnnounceService(const Session& session) {
   PrintLine();
   PrintLine(GetLocalizedString(1021));
   gProperties[L"HV_INIT_ERROR"] = L"";
-  // Not there yet: the status file, which tells whoever started the agent that it is ready.
+  // Whoever started the agent goes by this file: when it appears, the server is up.
+  CreateHVStatusFile();
 }
 
 }  // namespace

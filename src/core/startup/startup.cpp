@@ -9,6 +9,7 @@
 #include "core/property_store.h"
 #include "core/startup/initialization.h"
 #include "core/startup/session.h"
+#include "core/startup/status_file.h"
 #include "core/text.h"
 
 namespace Halvard {
@@ -23,7 +24,7 @@ void WaitForEnterOnFailure(int argc) {
 }
 
 void ConcludeFailure(int argc) {
-  // Not there yet: the status file, with the failure, and the bundle of logs.
+  CreateHVStatusFile();
   WaitForEnterOnFailure(argc);
 }
 

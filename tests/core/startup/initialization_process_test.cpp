@@ -26,6 +26,9 @@ class Initialization : public testing::Test {
     return run;
   }
 
+  /// All that is left of the status file as long as the properties have no values.
+  const Testing::LogLine noStatus_ =
+      ErrorLine(L"CreateHVStatusFile: HV_STATUS_JSON property is not a valid json.");
   Lab::Instance machine_{"windows-server"};
 };
 
@@ -87,6 +90,7 @@ TEST_F(Initialization, CommandLineErrorsEndTheRun) {
                 Message(static_cast<std::uint16_t>(language), 1144, {row.reason}) + L"\n");
       EXPECT_THAT(run.log,
                   Contains(ErrorLine(L"ParseCommandLineOptions: " + English(1144, {row.reason}))));
+      EXPECT_EQ(run.log.back(), noStatus_);
     }
   }
   EXPECT_FALSE(machine_.FileExists(L"%TEMP%\\hv-status.json"));
@@ -109,6 +113,7 @@ TEST_F(Initialization, SecondInstanceEndsAfterDeletingTheStatusFile) {
   EXPECT_EQ(second.exitCode, kFailureCode);
   EXPECT_THAT(second.console, HasSubstr(English(1014) + L"\n" + English(1046) + L"\n"));
   EXPECT_THAT(second.log, Contains(ErrorLine(L"HVInit: " + English(1046))));
+  EXPECT_EQ(second.log.back(), noStatus_);
   EXPECT_FALSE(machine_.FileExists(L"%TEMP%\\hv-status.json"));
 
   AgentProcess third(machine_, {});
@@ -139,6 +144,8 @@ TEST_F(Initialization, MissingRightsEndTheRun) {
         run.log,
         Contains(ErrorLine(L"SanityCheckAdminPrivilege: Process does not have admin privilege.")));
     EXPECT_THAT(run.log, Contains(ErrorLine(L"HVInit: " + English(1151))));
+    EXPECT_EQ(run.log.back(), noStatus_);
+    EXPECT_FALSE(machine_.FileExists(L"%TEMP%\\hv-status.json"));
   }
 }
 
@@ -186,6 +193,31 @@ TEST_F(Initialization, EachFailureHasItsLineAndItsOutcome) {
       EXPECT_THAT(run.console, HasSubstr(English(static_cast<std::uint16_t>(row.message)) + L"\n"));
     }
   }
+}
+
+TEST_F(Initialization, FirstFailureWithAStatusFileIsThatOfWinsock) {
+  machine_.PlanFault({.function = "WSAStartup", .error = 10091});
+  const AgentRun run = Run();
+  EXPECT_EQ(WithoutLogNotice(run.console), English(1014) + L"\n" + English(1101) + L"\n");
+  EXPECT_EQ(StatusOf(machine_), Status("fail", English(1101)));
+}
+
+TEST_F(Initialization, LogsAreZippedInTheTempFolderWithoutADesktop) {
+  machine_.RemoveFile(std::wstring(Lab::Instance::kProfile) + L"\\Desktop");
+  const AgentRun run = Run();
+  EXPECT_THAT(run.log, Contains(InfoLine(L"CreateHVStatusFile: Creating log zip in the temp "
+                                         L"directory.")));
+  EXPECT_THAT(run.console, HasSubstr(L"\\Temp\\Ostrel-HV-logs-"));
+}
+
+TEST_F(Initialization, LogsThatCannotBeZippedAreNamed) {
+  machine_.PlanFault({.function = "CoCreateInstance", .error = 0x80040154});
+  machine_.Set("/computer/uiLanguage", 1031);
+  const AgentRun run = Run();
+  const std::wstring log =
+      std::wstring(Lab::Instance::kProfile) + L"\\AppData\\Local\\Temp\\halvard.log";
+  EXPECT_THAT(run.console, testing::EndsWith(L"\n\n" + Message(1031, 1161, {log}) + L"\n"));
+  EXPECT_EQ(StatusOf(machine_), Status("fail", English(1123)));
 }
 
 TEST_F(Initialization, StepsAreLoggedInTheirOrder) {

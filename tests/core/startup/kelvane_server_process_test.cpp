@@ -116,7 +116,8 @@ TEST(KelvaneServerAtStart, ThreeWrongPasswordsAtATerminalEndTheRun) {
     agent.TypeMasked(std::wstring(password) + L"\r");
     agent.WaitFor(English(1058) + L"\n");
   }
-  agent.WaitFor(English(1042) + L"\n" + English(1126) + L"\n");
+  agent.WaitFor(English(1042) + L"\n");
+  agent.WaitFor(English(1126) + L"\n");
   agent.Type(L"\r");
   const AgentRun run = agent.Wait();
 

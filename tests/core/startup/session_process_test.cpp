@@ -157,6 +157,12 @@ std::ptrdiff_t PlaceOf(const std::wstring& beginning, const std::vector<Testing:
          log.begin();
 }
 
+/// The last line before those of the status file, of a run that left no text of its failure.
+Testing::LogLine LastOfTheSteps(const AgentRun& run) {
+  const auto status = static_cast<std::size_t>(PlaceOf(L"JsonResolveProperty: ", run.log));
+  return status == 0 ? Testing::LogLine{} : run.log.at(status - 1);
+}
+
 TEST_F(Session, ChecksRunBetweenTheInventoryAndTheCertificate) {
   ReadyMachine machine("embedded-5.5");
   machine.SetVariable(Testing::kInventoryVariable, L"1 1");
@@ -169,18 +175,16 @@ TEST_F(Session, ChecksRunBetweenTheInventoryAndTheCertificate) {
   EXPECT_THAT(log, Contains(InfoLine(L"Scripted: RunPreMigrationChecks(3)")));
 }
 
-/// The last line of a run before its end removes what was extracted, which takes three.
-Testing::LogLine LastLineOfTheSteps(const std::vector<Testing::LogLine>& log) {
-  constexpr std::size_t kLinesOfTheEnd = 3;
-  return log.size() > kLinesOfTheEnd ? log[log.size() - kLinesOfTheEnd - 1] : Testing::LogLine{};
-}
-
 TEST_F(Session, FailedChecksEndTheRunBeforeTheNetworkIsLookedAt) {
   ReadyMachine machine("infrastructure-5.5");
   machine.SetVariable(Testing::kCheckFailureVariable, L"checks");
   const AgentRun run = RunToItsEnd(machine);
   EXPECT_EQ(run.exitCode, kFailureCode);
-  EXPECT_EQ(LastLineOfTheSteps(run.log), InfoLine(L"Scripted: RunPreMigrationChecks(3)"));
+  EXPECT_EQ(LastOfTheSteps(run), InfoLine(L"Scripted: RunPreMigrationChecks(3)"));
+  // The text alone tells a failure, and the checks have left none.
+  EXPECT_EQ(StatusOf(machine), Status("success", L"", "9123"));
+  EXPECT_THAT(machine.ListFolder(std::wstring(Lab::Instance::kProfile) + L"\\Desktop"),
+              testing::IsEmpty());
 }
 
 TEST_F(Session, AMissingGatewayEndsTheRunBeforeThereIsACertificate) {
@@ -188,7 +192,7 @@ TEST_F(Session, AMissingGatewayEndsTheRunBeforeThereIsACertificate) {
   machine.SetVariable(Testing::kCheckFailureVariable, L"gateway");
   const AgentRun run = RunToItsEnd(machine);
   EXPECT_EQ(run.exitCode, kFailureCode);
-  EXPECT_EQ(LastLineOfTheSteps(run.log), InfoLine(L"Scripted: CheckDefaultGateway"));
+  EXPECT_EQ(LastOfTheSteps(run), InfoLine(L"Scripted: CheckDefaultGateway"));
 }
 
 TEST_F(Session, PauseWaitsForALine) {
@@ -221,11 +225,13 @@ TEST_F(Session, GivenPortThatCannotBeUsedEndsTheRun) {
   for (const wchar_t* port : {L"0", L"65536"}) {
     const AgentRun run = RunToItsEnd(machine, {L"-o", port});
     EXPECT_EQ(run.exitCode, kFailureCode);
-    EXPECT_THAT(run.console, testing::EndsWith(English(1145, {port}) + L"\n"));
+    EXPECT_THAT(WithoutLogNotice(run.console), testing::EndsWith(English(1145, {port}) + L"\n"));
+    EXPECT_EQ(StatusOf(machine), Status("fail", English(1145, {port})));
   }
   const AgentRun taken = RunToItsEnd(machine, {L"-o", L"7444"});
   EXPECT_EQ(taken.exitCode, kFailureCode);
-  EXPECT_THAT(taken.console, testing::EndsWith(English(1146, {L"7444"}) + L"\n"));
+  EXPECT_THAT(WithoutLogNotice(taken.console), testing::EndsWith(English(1146, {L"7444"}) + L"\n"));
+  EXPECT_EQ(StatusOf(machine), Status("fail", English(1146, {L"7444"})));
   EXPECT_THAT(Serve(machine, {L"-o", L"65535"}).console, HasSubstr(L"   Port: 65535\n"));
 }
 
@@ -260,6 +266,16 @@ TEST_F(Session, ServesTheApiWithTheShownThumbprintUntilCtrlC) {
   EXPECT_THAT(run.console, testing::EndsWith(English(1021) + L"\n" + English(1192) + L"\n" +
                                              English(1045) + L"\n"));
   EXPECT_THAT(run.log, Contains(InfoLine(L"CtrlHandler: " + English(1045))));
+  EXPECT_EQ(StatusOf(machine), Status("success", L"", WideToUtf8(port), WideToUtf8(thumbprint)));
+}
+
+TEST_F(Session, StatusFileComesBehindTheServer) {
+  const ReadyMachine machine("infrastructure-5.5");
+  const AgentRun run = Serve(machine);
+  const std::ptrdiff_t created = PlaceOf(L"CreateHVStatusFile: Created ", run.log);
+  EXPECT_LT(PlaceOf(L"SetupAndStartHttpsServer: ", run.log), created);
+  EXPECT_LT(created, std::ssize(run.log));
+  EXPECT_THAT(run.console, Not(HasSubstr(L"Ostrel-HV-logs-")));
 }
 
 TEST_F(Session, ClosedConsoleEndsTheServerToo) {
@@ -280,7 +296,9 @@ TEST_F(Session, CertificateThatCannotBeWrittenEndsTheRun) {
   machine.MakeFolder(L"%LOCALAPPDATA%\\Ostrel\\Halvard\\hv_cert.pem");
   const AgentRun run = RunToItsEnd(machine);
   EXPECT_EQ(run.exitCode, kFailureCode);
-  EXPECT_THAT(run.console, testing::EndsWith(English(1048) + L"\n"));
+  EXPECT_THAT(WithoutLogNotice(run.console), testing::EndsWith(English(1048) + L"\n"));
+  EXPECT_EQ(StatusOf(machine),
+            Status("fail", L"Failed to generate Halvard SSL certificate.", "9123"));
   EXPECT_THAT(run.log, Contains(ErrorLine(L"wmain: Failed to generate Halvard SSL certificate.")));
 }
 
@@ -290,7 +308,7 @@ TEST_F(Session, UnknownAddressFamilyEndsTheRun) {
   machine.PlanFault({.function = "GetNameInfoW", .call = 2, .match = {}, .error = 11001});
   const AgentRun run = RunToItsEnd(machine);
   EXPECT_EQ(run.exitCode, kFailureCode);
-  EXPECT_THAT(run.console, testing::EndsWith(English(1148) + L"\n"));
+  EXPECT_THAT(WithoutLogNotice(run.console), testing::EndsWith(English(1148) + L"\n"));
   EXPECT_THAT(run.log, Contains(ErrorLine(L"wmain: Failed to setup the HTTPs server.")));
 }
 
