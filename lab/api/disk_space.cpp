@@ -19,8 +19,8 @@ DWORD FreeBytes(const std::wstring& path, std::uint64_t& bytes) {
   const Lab::FoundPath found = Lab::FindPath(path);
   if (found.error != ERROR_SUCCESS) return found.error;
   if (!std::filesystem::is_directory(found.host)) return ERROR_DIRECTORY;
-  const auto& described = Lab::TheMachine().Describe().disks.freeBytes;
-  if (const auto disk = described.find(Lab::FullPath(path).substr(0, 2)); disk != described.end()) {
+  const auto& described = Lab::TheMachine().Describe().freeBytes;
+  if (const auto disk = described.find(Lab::FullPath(path).front()); disk != described.end()) {
     bytes = disk->second;
     return ERROR_SUCCESS;
   }

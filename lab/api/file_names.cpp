@@ -99,7 +99,7 @@ DWORD DescribedAttributes(std::wstring_view name) {
   std::wstring path = Lab::FullPath(name);
   const bool isRoot = path.size() <= 3;
   if (!isRoot && path.ends_with(L'\\')) path.pop_back();
-  const auto& described = Lab::TheMachine().Describe().disks.attributes;
+  const auto& described = Lab::TheMachine().Describe().folders.attributes;
   const auto found = described.find(path);
   const DWORD attributes = found == described.end() ? 0 : found->second;
   return isRoot ? attributes | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM : attributes;

@@ -194,8 +194,7 @@ Description ParseDescription(const Json::Value& document, const std::filesystem:
     description.nameService = ReadNameService(document["hosts"], document["dns"]);
     description.addressMap = AddressMap(document["addressMap"]);
     description.fileVersions = ReadFileVersions(document["fileVersions"]);
-    description.disks =
-        ReadDisks(document["disks"], document["folderRights"], document["folderAttributes"]);
+    description.folders = ReadFolders(document["folderRights"], document["folderAttributes"]);
   } catch (const std::invalid_argument& fault) {
     throw MachineError(file.string() + ": " + fault.what());
   }

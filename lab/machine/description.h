@@ -16,9 +16,9 @@
 #include "machine/adapters.h"
 #include "machine/address_map.h"
 #include "machine/clock.h"
-#include "machine/disks.h"
 #include "machine/faults.h"
 #include "machine/file_versions.h"
+#include "machine/folders.h"
 #include "machine/name_service.h"
 #include "machine/services.h"
 #include "machine/variables.h"
@@ -100,7 +100,7 @@ struct Description {
   /// Programs of the host that run in place of program files with these names.
   std::map<std::wstring, std::string, LessNoCase> programs;
 
-  Disks disks;
+  Folders folders;
   std::map<std::string, std::wstring> knownFolders;  ///< By name: "LocalAppData", "Desktop".
   FileVersions fileVersions;
   std::vector<Product> products;

@@ -38,7 +38,7 @@ Creation CreationByUser(bool isFolder) {
 }
 
 SecurityDescriptor RightsOfFolder(const std::wstring& path) {
-  const auto& described = TheMachine().Describe().disks.rights;
+  const auto& described = TheMachine().Describe().folders.rights;
   SecurityDescriptor rights = ParseSddl(kRootOfADrive);
   const std::wstring full = path.ends_with(L'\\') ? path : path + L'\\';
   for (std::size_t end = full.find(L'\\'); end != std::wstring::npos;

@@ -27,7 +27,7 @@ class ExportDirectory : public CoreTest {
 
   void SetFree(unsigned mebibytes) {
     Json::Value disks;
-    disks["C:"]["freeMebibytes"] = mebibytes;
+    disks["C"]["free"] = Json::UInt64{mebibytes} << 20;
     machine_.Set("/disks", disks);
   }
 

@@ -1,4 +1,4 @@
-#include "machine/disks.h"
+#include "machine/folders.h"
 
 #include "machine/text.h"
 #include "security/sddl.h"
@@ -14,14 +14,8 @@ std::uint32_t AttributeNamed(const std::string& name) {
 
 }  // namespace
 
-Disks ReadDisks(const Json::Value& disks, const Json::Value& folderRights,
-                const Json::Value& folderAttributes) {
-  constexpr std::uint64_t kMebibyte = 1 << 20;
-  Disks read;
-  for (const std::string& drive : disks.getMemberNames()) {
-    if (!disks[drive].isMember("freeMebibytes")) continue;
-    read.freeBytes[ToWide(drive)] = disks[drive]["freeMebibytes"].asUInt64() * kMebibyte;
-  }
+Folders ReadFolders(const Json::Value& folderRights, const Json::Value& folderAttributes) {
+  Folders read;
   for (const std::string& folder : folderRights.getMemberNames()) {
     read.rights[ToWide(folder)] = ParseSddl(ToWide(folderRights[folder].asString()));
   }
