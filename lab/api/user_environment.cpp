@@ -20,7 +20,9 @@ HANDLE GetCurrentProcess() {
 BOOL OpenProcessToken(HANDLE process, DWORD access, PHANDLE token) {
   const Lab::Call call("OpenProcessToken");
   if (call.FailsByPlan()) return FALSE;
-  LAB_SUPPORTS(process == INVALID_HANDLE_VALUE && access == TOKEN_QUERY && token != nullptr);
+  LAB_SUPPORTS(process == INVALID_HANDLE_VALUE &&
+               (access == TOKEN_QUERY || access == (TOKEN_ADJUST_PRIVILEGES | TOKEN_QUERY)) &&
+               token != nullptr);
   *token = Lab::Handles().Add(std::make_shared<Lab::ProcessToken>());
   return TRUE;
 }

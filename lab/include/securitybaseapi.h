@@ -10,6 +10,9 @@ BOOL WINAPI AllocateAndInitializeSid(PSID_IDENTIFIER_AUTHORITY authority, BYTE s
                                      DWORD subAuthority0, DWORD subAuthority1, DWORD subAuthority2,
                                      DWORD subAuthority3, DWORD subAuthority4, DWORD subAuthority5,
                                      DWORD subAuthority6, DWORD subAuthority7, PSID* sid);
+/// For one privilege of a token that is asked for nothing it had before.
+BOOL WINAPI AdjustTokenPrivileges(HANDLE token, BOOL disableAll, PTOKEN_PRIVILEGES privileges,
+                                  DWORD length, PTOKEN_PRIVILEGES former, PDWORD needed);
 BOOL WINAPI CheckTokenMembership(HANDLE token, PSID sid, PBOOL isMember);
 BOOL WINAPI DuplicateTokenEx(HANDLE token, DWORD access, LPSECURITY_ATTRIBUTES attributes,
                              SECURITY_IMPERSONATION_LEVEL level, TOKEN_TYPE type, PHANDLE copy);

@@ -30,6 +30,8 @@ BOOL WINAPI LookupAccountNameW(LPCWSTR system, LPCWSTR account, PSID sid, LPDWOR
                                LPWSTR domain, LPDWORD domainLength, PSID_NAME_USE use);
 BOOL WINAPI LookupAccountSidW(LPCWSTR system, PSID sid, LPWSTR name, LPDWORD nameLength,
                               LPWSTR domain, LPDWORD domainLength, PSID_NAME_USE use);
+/// Knows the privilege to shut the machine down.
+BOOL WINAPI LookupPrivilegeValueW(LPCWSTR machine, LPCWSTR name, PLUID privilege);
 BOOL WINAPI LogonUserW(LPCWSTR user, LPCWSTR domain, LPCWSTR password, DWORD logonType,
                        DWORD provider, PHANDLE token);
 

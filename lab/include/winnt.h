@@ -69,6 +69,28 @@ struct FILE_NOTIFY_INFORMATION {
 };
 
 #define TOKEN_QUERY 0x0008u
+#define TOKEN_ADJUST_PRIVILEGES 0x0020u
+
+#define SE_PRIVILEGE_ENABLED 0x00000002u
+#define SE_SHUTDOWN_NAME L"SeShutdownPrivilege"
+
+struct LUID {
+  std::uint32_t LowPart;
+  LONG HighPart;
+};
+using PLUID = LUID*;
+
+struct LUID_AND_ATTRIBUTES {
+  LUID Luid;
+  std::uint32_t Attributes;
+};
+
+struct TOKEN_PRIVILEGES {
+  std::uint32_t PrivilegeCount;
+  LUID_AND_ATTRIBUTES Privileges[1];
+};
+using PTOKEN_PRIVILEGES = TOKEN_PRIVILEGES*;
+
 enum SECURITY_IMPERSONATION_LEVEL {
   SecurityAnonymous,
   SecurityIdentification,
@@ -86,6 +108,7 @@ enum SID_NAME_USE {
   SidTypeUnknown
 };
 using PSID_NAME_USE = SID_NAME_USE*;
+
 #define SYNCHRONIZE 0x00100000u
 
 #define FILE_ATTRIBUTE_READONLY 0x00000001u
@@ -121,11 +144,6 @@ union ULARGE_INTEGER {
   std::uint64_t QuadPart;
 };
 using PULARGE_INTEGER = ULARGE_INTEGER*;
-
-struct LUID {
-  std::uint32_t LowPart;
-  LONG HighPart;
-};
 
 #define KEY_SET_VALUE 0x0002u
 

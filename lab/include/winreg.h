@@ -18,3 +18,10 @@ LSTATUS WINAPI RegOpenKeyExW(HKEY key, LPCWSTR subKey, DWORD options, REGSAM acc
 LSTATUS WINAPI RegSetKeyValueW(HKEY key, LPCWSTR subKey, LPCWSTR value, DWORD type, LPCVOID data,
                                DWORD dataBytes);
 LSTATUS WINAPI RegCloseKey(HKEY key);
+
+#define SHUTDOWN_FORCE_OTHERS 0x00000001u
+#define SHUTDOWN_FORCE_SELF 0x00000002u
+
+/// For this machine. What it is told stays in the instance, in shutdown.json.
+DWORD WINAPI InitiateShutdownW(LPWSTR machine, LPWSTR message, DWORD gracePeriod, DWORD flags,
+                               DWORD reason);

@@ -189,6 +189,7 @@ Description ParseDescription(const Json::Value& document, const std::filesystem:
   description.tcp = ReadEndPoints(document["ports"]["tcp"]);
   description.udp = ReadEndPoints(document["ports"]["udp"]);
   description.hostEndPoints = document["ports"].get("host", false).asBool();
+  description.graceNeedsForceSelf = document["shutdown"].get("graceNeedsForceSelf", false).asBool();
   try {
     description.adapters = ReadAdapters(document["adapters"]);
     description.nameService = ReadNameService(document["hosts"], document["dns"]);

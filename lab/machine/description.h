@@ -113,6 +113,9 @@ struct Description {
   std::vector<EndPoint> udp;
   bool hostEndPoints = false;  ///< The tables hold what the host's kernel knows as well.
 
+  /// A shutdown with a time of grace has to close the caller's programs too.
+  bool graceNeedsForceSelf = false;
+
   std::vector<Adapter> adapters;
   NameService nameService;
   AddressMap addressMap;

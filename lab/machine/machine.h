@@ -41,6 +41,9 @@ class Machine {
   /// Calls of WSAStartup that no WSACleanup has undone yet.
   std::atomic<int>& SocketStartups() { return socketStartups_; }
 
+  /// Whether this process's right to shut the machine down is in force.
+  std::atomic<bool>& ShutdownPrivilege() { return shutdownPrivilege_; }
+
  private:
   std::filesystem::path folder_;
   Description description_;
@@ -49,6 +52,7 @@ class Machine {
   Lab::Clock clock_;
   Lab::ServiceStates serviceStates_;
   std::atomic<int> socketStartups_{0};
+  std::atomic<bool> shutdownPrivilege_{false};
 };
 
 /// The machine of this process. Opened at the first use from the folder that the environment

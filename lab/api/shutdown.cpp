@@ -1,0 +1,88 @@
+// Shutting the machine down, and the privilege that it takes.
+#include <algorithm>
+#include <fstream>
+#include <string>
+
+#include <json/json.h>
+
+#include "machine/call.h"
+#include "machine/handles.h"
+#include "machine/machine.h"
+#include "machine/text.h"
+#include "process/token.h"
+#include "windows.h"
+
+namespace {
+
+/// The number of the privilege is the same on all systems.
+constexpr DWORD kShutdownPrivilege = 19;
+constexpr wchar_t kAdministrators[] = L"S-1-5-32-544";
+
+/// Only administrators hold the privilege; it has to be put into force by them too.
+bool HoldsShutdownPrivilege() {
+  const auto& groups = Lab::TheMachine().Describe().groups;
+  return std::ranges::any_of(groups, [](const Lab::Group& group) {
+    return group.sid == kAdministrators && !group.denyOnly;
+  });
+}
+
+std::filesystem::path Record() { return Lab::TheMachine().Folder() / "shutdown.json"; }
+
+DWORD Refusal(DWORD gracePeriod, DWORD flags) {
+  if (!Lab::TheMachine().ShutdownPrivilege()) return ERROR_ACCESS_DENIED;
+  const bool closesOwnPrograms = (flags & SHUTDOWN_FORCE_SELF) != 0;
+  if (Lab::TheMachine().Describe().graceNeedsForceSelf && gracePeriod > 0 && !closesOwnPrograms) {
+    return ERROR_INVALID_PARAMETER;
+  }
+  return std::filesystem::exists(Record()) ? ERROR_SHUTDOWN_IS_SCHEDULED : ERROR_SUCCESS;
+}
+
+}  // namespace
+
+BOOL LookupPrivilegeValueW(LPCWSTR machine, LPCWSTR name, PLUID privilege) {
+  const Lab::Call call("LookupPrivilegeValueW");
+  if (call.FailsByPlan()) return FALSE;
+  LAB_SUPPORTS(machine == nullptr && name != nullptr && privilege != nullptr);
+  if (std::wstring(name) != SE_SHUTDOWN_NAME) {
+    SetLastError(ERROR_NO_SUCH_PRIVILEGE);
+    return FALSE;
+  }
+  *privilege = LUID{kShutdownPrivilege, 0};
+  return TRUE;
+}
+
+BOOL AdjustTokenPrivileges(HANDLE token, BOOL disableAll, PTOKEN_PRIVILEGES privileges,
+                           DWORD /*length*/, PTOKEN_PRIVILEGES former, PDWORD needed) {
+  const Lab::Call call("AdjustTokenPrivileges");
+  if (call.FailsByPlan()) return FALSE;
+  // The length is that of the former privileges, which nobody asks for.
+  LAB_SUPPORTS(disableAll == FALSE && former == nullptr && needed == nullptr);
+  LAB_SUPPORTS(privileges != nullptr && privileges->PrivilegeCount == 1);
+  LAB_SUPPORTS(privileges->Privileges[0].Luid.LowPart == kShutdownPrivilege);
+  LAB_SUPPORTS(privileges->Privileges[0].Attributes == SE_PRIVILEGE_ENABLED);
+  if (Lab::Handles().FindAs<Lab::ProcessToken>(token) == nullptr) {
+    SetLastError(ERROR_INVALID_HANDLE);
+    return FALSE;
+  }
+  // A privilege that the token lacks is no failure of the call.
+  const bool held = HoldsShutdownPrivilege();
+  if (held) Lab::TheMachine().ShutdownPrivilege() = true;
+  SetLastError(held ? ERROR_SUCCESS : ERROR_NOT_ALL_ASSIGNED);
+  return TRUE;
+}
+
+DWORD InitiateShutdownW(LPWSTR machine, LPWSTR message, DWORD gracePeriod, DWORD flags,
+                        DWORD reason) {
+  const Lab::Call call("InitiateShutdownW");
+  if (call.PlannedError()) return *call.PlannedError();
+  LAB_SUPPORTS(machine == nullptr && message != nullptr && reason == 0);
+  LAB_SUPPORTS((flags & ~(SHUTDOWN_FORCE_OTHERS | SHUTDOWN_FORCE_SELF)) == 0);
+  const DWORD refusal = Refusal(gracePeriod, flags);
+  if (refusal != ERROR_SUCCESS) return refusal;
+  Json::Value record;
+  record["message"] = Lab::ToUtf8(message);
+  record["gracePeriod"] = gracePeriod;
+  record["flags"] = flags;
+  std::ofstream(Record()) << record;
+  return ERROR_SUCCESS;
+}
