@@ -22,24 +22,27 @@ std::optional<wchar_t> ReadConsoleCharacter(HANDLE input) {
   }
 }
 
-std::wstring ReadConsoleLine(HANDLE input) {
+std::optional<std::wstring> ReadConsoleLine(HANDLE input) {
   std::wstring line;
-  for (std::optional<wchar_t> next = ReadConsoleCharacter(input); next && *next != L'\n';
-       next = ReadConsoleCharacter(input)) {
+  for (;;) {
+    const std::optional<wchar_t> next = ReadConsoleCharacter(input);
+    if (!next && line.empty()) return std::nullopt;
+    if (!next || *next == L'\n') return line;
     line.push_back(*next);
   }
-  return line;
 }
 
 /// The same from a pipe or a file, byte by byte: what follows the line is left for the next reader.
-std::wstring ReadStreamLine(HANDLE input) {
+std::optional<std::wstring> ReadStreamLine(HANDLE input) {
   std::string line;
-  char next = 0;
-  DWORD count = 0;
-  while (ReadFile(input, &next, 1, &count, nullptr) && count == 1 && next != '\n') {
+  for (;;) {
+    char next = 0;
+    DWORD count = 0;
+    const bool read = ReadFile(input, &next, 1, &count, nullptr) && count == 1;
+    if (!read && line.empty()) return std::nullopt;
+    if (!read || next == '\n') return Utf8ToWide(line);
     line.push_back(next);
   }
-  return Utf8ToWide(line);
 }
 
 /// Takes line input and echo from a console, and gives them back at its end.
@@ -72,13 +75,16 @@ void Print(const std::wstring& text) {
 
 void PrintLine(const std::wstring& text) { Print(text + L"\n"); }
 
-std::wstring ReadLine() {
+std::optional<std::wstring> ReadLineOrEnd() {
   const HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
   DWORD mode = 0;
-  std::wstring line = GetConsoleMode(input, &mode) ? ReadConsoleLine(input) : ReadStreamLine(input);
-  if (line.ends_with(L'\r')) line.pop_back();
+  std::optional<std::wstring> line =
+      GetConsoleMode(input, &mode) ? ReadConsoleLine(input) : ReadStreamLine(input);
+  if (line && line->ends_with(L'\r')) line->pop_back();
   return line;
 }
+
+std::wstring ReadLine() { return ReadLineOrEnd().value_or(std::wstring()); }
 
 std::wstring ReadMaskedLine() {
   constexpr wchar_t kBackspace = 8;
