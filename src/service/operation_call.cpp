@@ -54,9 +54,4 @@ void RunOperation(const wchar_t* name, const std::string& operationInput,
   completion(Json::StyledWriter().write(call.Reply()), nullptr, Krova::kFinished);
 }
 
-void AnswerNotAvailable(OperationCall& call) {
-  call.Log().Error(L"%s: Not available.", call.Name().c_str());
-  SetFailure(call.Reply(), L"Not available.");
-}
-
 }  // namespace Halvard::MigratorSvc

@@ -54,8 +54,4 @@ void RunOperation(const wchar_t* name, const std::string& operationInput,
                   const NativeCompletion& completion,
                   const std::function<void(OperationCall&)>& operation);
 
-/// Ends an operation whose work this program doesn't have yet: it fails with an `error` that says
-/// so. The function goes when its last caller goes.
-void AnswerNotAvailable(OperationCall& call);
-
 }  // namespace Halvard::MigratorSvc

@@ -1,4 +1,6 @@
 // What docs/api.md shows is what the agent answers.
+#include <algorithm>
+#include <chrono>
 #include <fstream>
 #include <iterator>
 #include <set>
@@ -91,7 +93,11 @@ std::string AnswerTo(const ServingAgent& agent, const Example& example) {
 TEST(ApiDocument, ExamplesAreAnsweredAsShown) {
   const ServingAgent agent("embedded-platform", ShownScenario());
   std::set<std::wstring> operations;
-  for (const Example& example : ReadExamples()) {
+  std::vector<Example> examples = ReadExamples();
+  // Nothing answers after the one that ends the agent.
+  std::ranges::stable_partition(
+      examples, [](const Example& example) { return example.operation != L"shutdown_machine"; });
+  for (const Example& example : examples) {
     SCOPED_TRACE(example.request);
     EXPECT_EQ(AnswerTo(agent, example), example.reply);
     operations.insert(example.operation);

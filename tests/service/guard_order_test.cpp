@@ -24,10 +24,11 @@ struct PhaseRefusal {
 const std::wstring kPreparedPrechecks = L"C:\\prechecks.json";
 const std::wstring kExportOutput = std::wstring(Lab::Instance::kProfile) +
                                    L"\\AppData\\Local\\Temp\\UpgradeRunnerExportOutput.json";
+const std::wstring kLogsZip =
+    std::wstring(Lab::Instance::kProfile) + L"\\AppData\\Local\\Ostrel\\Halvard\\logs.zip";
 
 /// What an operation that passed its guards does on this test's machine.
 enum class Work {
-  kNone,
   kDescribesDeployment,
   kAnswersPreparedPrechecks,
   kAsksForDomain,
@@ -35,6 +36,9 @@ enum class Work {
   kStartsExport,
   kShowsExport,
   kAnswersQuestion,
+  kCopiesExport,
+  kCopiesLogs,
+  kShutsDown,
   kEndsAgent,
   kLogsOn,
 };
@@ -73,9 +77,14 @@ const std::vector<Way> kWays = {
      Work::kStartsExport},
     {0, {}, 0, For::kAll, 0, Work::kShowsExport},
     {1196, {}, 0, For::kAll, 0, Work::kAnswersQuestion},
-    {1197, {}, 0, For::kAll, 0, Work::kNone},
-    {1198, {}, 0, For::kAll, 0, Work::kNone},
-    {0, {kExportMissing1093, kExportRuns1094}, 1051, For::kAllButUpdateManager, 0, Work::kNone},
+    {1197, {}, 0, For::kAll, 0, Work::kCopiesExport},
+    {1198, {}, 0, For::kAll, 0, Work::kCopiesLogs},
+    {0,
+     {kExportMissing1093, kExportRuns1094},
+     1051,
+     For::kAllButUpdateManager,
+     0,
+     Work::kShutsDown},
     {0, {kExportRuns1170}, 0, For::kUpdateManager, 0, Work::kEndsAgent},
     {0, {}, 0, For::kAllButUpdateManager, 1201, Work::kLogsOn},
 };
@@ -257,9 +266,6 @@ class Expectation {
 
   void DoWork() {
     switch (way_.work) {
-      case Work::kNone:
-        log.push_back(ErrorLine(name_ + L": Not available."));
-        return Fail(L"Not available.");
       case Work::kDescribesDeployment:
         return DescribeDeployment();
       case Work::kAnswersPreparedPrechecks:
@@ -281,6 +287,15 @@ class Expectation {
                                 kExportOutput + L"]."));
         FailInFrench(1082);
         return Show(1082);
+      case Work::kCopiesExport:
+        checks.push_back("ZipUtil_CreateExportZip(.zip, )");
+        return Fail(L"");
+      case Work::kCopiesLogs:
+        checks.push_back("CreateLogsZipBundle(" + WideToUtf8(kLogsZip) + ")");
+        console += Message(kGerman, 1077);
+        return FailInFrench(1077);
+      case Work::kShutsDown:
+        return FailToShutDown();
       case Work::kEndsAgent:
         return FailToEndAgent();
       case Work::kLogsOn:
@@ -323,6 +338,13 @@ class Expectation {
     Show(1070);
   }
 
+  void FailToShutDown() {
+    log.push_back(Testing::WarningLine(
+        L"CreateChildThreadToShutdownHV: Failed to create thread to initiate halvard shutdown. Error code: 8"));
+    log.push_back(ErrorLine(name_ + L": Failed to initiate shutdown. Error code: [1115]."));
+    Fail(L"Failed to shutdown the remote Kelvane Server Windows machine.");
+  }
+
   void FailToEndAgent() {
     log.push_back(Testing::WarningLine(
         L"CreateChildThreadToShutdownHV: Failed to create thread to initiate halvard shutdown. Error code: 8"));
@@ -356,10 +378,13 @@ class GuardOrder : public ServiceTest, public testing::WithParamInterface<std::s
  protected:
   GuardOrder() {
     machine_.PlanFault({.function = "CreateThread", .error = 8});
+    machine_.PlanFault({.function = "InitiateShutdownW", .error = 1115});
     machine_.PlanFault({.function = "LogonUserW", .error = 1326});
     machine_.WriteFile(kPreparedPrechecks, R"({"findings": "prepared"})");
     machine_.SetVariable(L"HV_CUSTOM_PRECHECKS_JSON", kPreparedPrechecks);
     Testing::TheSurroundings().network["network"] = "none";
+    Testing::TheSurroundings().exportZipError = L"";
+    Testing::TheSurroundings().logsAreBundled = false;
     SpeakMachineLanguage(kGerman);
   }
 

@@ -8,6 +8,9 @@
 #include "runner/preupgrade_output.h"
 #include "security/controller_version.h"
 #include "serverclient/proxy_port.h"
+#include "transfer/export_zip.h"
+#include "transfer/log_bundle.h"
+#include "transfer/secure_copy.h"
 
 namespace Halvard {
 namespace {
@@ -59,6 +62,29 @@ bool ServerClient::RetrieveReverseProxyPortThroughLegacySTSPort(const std::strin
   const auto& known = TheSurroundings().proxyPort;
   if (known) port = *known;
   return known.has_value();
+}
+
+bool Transfer::ZipUtil_CreateExportZip(const std::wstring& zipFile,
+                                       const std::wstring& exportFolder,
+                                       const Json::Value& /*request*/, std::wstring& errorText) {
+  CheckCalls().push_back("ZipUtil_CreateExportZip(" + WideToUtf8(zipFile) + ", " +
+                         WideToUtf8(exportFolder) + ")");
+  const auto& error = TheSurroundings().exportZipError;
+  if (error) errorText = *error;
+  return !error.has_value();
+}
+
+bool Transfer::CreateLogsZipBundle(const std::wstring& zipFile) {
+  CheckCalls().push_back("CreateLogsZipBundle(" + WideToUtf8(zipFile) + ")");
+  return TheSurroundings().logsAreBundled;
+}
+
+bool Transfer::ScpFileWithRetries(const std::string& server, const std::string& remotePath,
+                                  const std::string& user, const std::string& password,
+                                  const std::string& thumbprint, const std::wstring& localFile) {
+  CheckCalls().push_back("ScpFileWithRetries(" + server + ", " + remotePath + ", " + user + ", " +
+                         password + ", " + thumbprint + ", " + WideToUtf8(localFile) + ")");
+  return TheSurroundings().filesArrive;
 }
 
 std::vector<std::wstring> Host::StartServices(const std::vector<std::wstring>& names) {

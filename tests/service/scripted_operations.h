@@ -1,5 +1,6 @@
 // Stand-ins for what the operations ask of the machine's surroundings: domain, network, remote
-// nodes, prechecks and services. A test decides them, and sees the calls among CheckCalls().
+// nodes, prechecks, services, zip files and copies. A test decides them, and sees the calls among
+// CheckCalls().
 #pragma once
 
 #include <json/value.h>
@@ -26,6 +27,10 @@ struct Surroundings {
   /// Nothing: the remote node doesn't tell.
   std::optional<std::wstring> controllerVersion;
   std::optional<int> proxyPort;
+  /// Nothing: a zip file of the export is made. Otherwise why there is none.
+  std::optional<std::wstring> exportZipError;
+  bool logsAreBundled = true;
+  bool filesArrive = true;
 };
 
 /// The surroundings of the test that runs.

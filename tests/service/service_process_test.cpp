@@ -32,12 +32,10 @@ TEST(Service, EachOperationAnswersItsCommand) {
     std::wstring error;
     std::wstring operation;
   };
-  const std::wstring lacking = L"Not available.";
   const std::vector<Row> rows = {
       {{L"export", L"--options", L"{}", L"--silent"}, English(1066), L"InvokeExport"},
       {{L"answer", L"--answer", L"\"yes\""}, English(1082), L"CreateAnswerFile"},
-      {WithSsh(L"copy-export"), lacking, L"CopyExportData"},
-      {WithSsh(L"copy-logs"), lacking, L"CopyLogsDirectory"},
+      {WithSsh(L"copy-export"), English(1073), L"CopyExportData"},
       {{L"shutdown-machine"}, English(1093), L"ShutdownMachine"},
       {{L"shutdown-agent"}, English(1172, {L"ShutdownHv"}), L"ShutdownHv"},
       {{L"check-directory-account", L"--ad-user", L"maria"},
@@ -58,6 +56,10 @@ TEST(Service, EachOperationAnswersItsCommand) {
     EXPECT_EQ(run.output, FailedReply(row.error));
     EXPECT_EQ(run.errors, row.error + L"\n");
   }
+  const ClientRun logs = agent.Ask(WithSsh(L"copy-logs"));
+  EXPECT_EQ(logs.exitCode, 1);
+  EXPECT_EQ(logs.output,
+            L"{\n   \"error\" : \"" + English(1076) + L"\",\n   \"result\" : 1076\n}\n");
   const ClientRun status = agent.Ask({L"export-status"});
   EXPECT_EQ(status.exitCode, 0);
   EXPECT_EQ(status.output, L"null\n");

@@ -1,5 +1,6 @@
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
+#include <csignal>
 
 #include "process_test.h"
 #include "support/slapd.h"
@@ -55,7 +56,11 @@ TEST(Credentials, RightPasswordOfTheDirectoryIsTakenAtTheFirstTry) {
   const Lab::Slapd directory({.version = std::nullopt});
   Lab::Instance machine("infrastructure-5.5");
   Lab::PlaceDirectory(machine, directory, "localhost", 11712);
-  const AgentRun run = RunAgent(machine, {L"-p", L"secret"});
+  AgentProcess agent(machine, {L"-p", L"secret"}, AgentProcess::Input::kPipe);
+  agent.WaitFor(English(1021));
+  agent.Signal(SIGINT);
+  const AgentRun run = agent.Wait();
+  EXPECT_EQ(run.exitCode, 0);
   EXPECT_THAT(
       run.log,
       Contains(InfoLine(L"ValidateLocalSSOCredentials: Successfully validated SSO credentials.")));
