@@ -101,7 +101,10 @@ void ZipCopies::ForgetEndedThreads() {
 bool ZipCopies::Hides(pid_t thread) const {
   const std::lock_guard lock(mutex_);
   for (const HiddenThread& hidden : hidden_) {
-    if (hidden.id != thread || HostThread::StartOf(thread) != hidden.start) continue;
+    if (hidden.id != thread) continue;
+    // One that has ended since it was listed hasn't come to light by that.
+    const auto start = HostThread::StartOf(thread);
+    if (start && start != hidden.start) continue;
     return TheMachine().Clock().Ticks() < hidden.visibleFrom;
   }
   return false;
