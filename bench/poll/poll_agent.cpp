@@ -1,7 +1,6 @@
 // The agent's service while an export runs: poll_agent PEM BYTES. The export is a runner of the lab
 // that has written a document of about so many bytes and waits. Prints the port; serves on one I/O
 // thread with the agent's TLS settings until standard input ends.
-#include <boost/asio/ip/tcp.hpp>
 #include <boost/log/core.hpp>
 #include <boost/log/expressions.hpp>
 #include <boost/log/trivial.hpp>
@@ -10,7 +9,7 @@
 #include <memory>
 #include <string>
 
-#include "../https/tls_settings.h"
+#include "../https/api_server.h"
 #include "core/locales.h"
 #include "core/property_defaults.h"
 #include "core/property_store.h"
@@ -71,21 +70,6 @@ pion::http::server::request_handler_t MakeHandler(pion::single_service_scheduler
       executor);
 }
 
-void Serve(const std::string& pem) {
-  pion::single_service_scheduler scheduler;
-  scheduler.set_num_threads(1);
-  pion::http::server server(scheduler, {boost::asio::ip::address_v4::loopback(), 0});
-  server.set_ssl_key_file(pem);
-  Bench::SetCurveAndCiphers(server.get_ssl_context_type().native_handle());
-  server.set_dispatch_after_headers(true);
-  server.add_resource("/api", MakeHandler(scheduler));
-  server.start();
-  std::cout << server.get_port() << std::endl;
-  for (std::string line; std::getline(std::cin, line);) {
-  }
-  server.stop();
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -99,7 +83,7 @@ int main(int argc, char** argv) {
     const Lab::StartedThreads threads;
     ScriptedRunner runner(machine);
     StartExport(runner, std::stoul(argv[2]));
-    Serve(argv[1]);
+    Bench::ServeApi(argv[1], MakeHandler);
     runner.Tell(L"end");
     threads.AwaitEnd();
     return 0;

@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "core/automated_tum_upgrade.h"
 #include "core/console.h"
 #include "core/logging.h"
 #include "core/messages.h"
@@ -15,7 +16,6 @@
 
 namespace Halvard::Discovery {
 
-bool automatedTumUpgrade = false;
 bool localTumInstalled = false;
 
 namespace {

@@ -7,10 +7,6 @@
 
 namespace Halvard::Discovery {
 
-/// Whether a machine with nothing but Tarmis Update Manager may be migrated. Never set by this
-/// program. Main thread only.
-extern bool automatedTumUpgrade;
-
 /// Tarmis Update Manager is installed, alone or beside other products. Main thread only.
 extern bool localTumInstalled;
 

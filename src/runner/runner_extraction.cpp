@@ -1,5 +1,6 @@
 #include "runner/runner_extraction.h"
 
+#include "core/automated_tum_upgrade.h"
 #include "core/console.h"
 #include "core/logging.h"
 #include "core/messages.h"
@@ -7,7 +8,6 @@
 #include "host/files.h"
 #include "host/windows_api.h"
 #include "runner/package_layout.h"
-#include "runner/runner_launch.h"
 
 namespace Halvard::Runner {
 namespace {

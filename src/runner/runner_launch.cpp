@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "core/automated_tum_upgrade.h"
 #include "core/environment.h"
 #include "core/logging.h"
 #include "core/property_store.h"
@@ -14,9 +15,6 @@
 #include "runner/runner_input.h"
 
 namespace Halvard::Runner {
-
-bool automatedTumUpgrade = false;
-
 namespace {
 
 /// One launch. Its end removes what must not outlive it.

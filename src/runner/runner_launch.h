@@ -8,10 +8,6 @@ namespace Halvard::Runner {
 /// The one failure code of this layer.
 inline constexpr int kRunnerFailure = 1603;
 
-/// Chooses the orchestrator's script in place of the runner's. Start-up sets it to false, and
-/// nothing but tests sets it to true.
-extern bool automatedTumUpgrade;
-
 /// Writes the runner's input file, runs the runner to its end and removes the input file again, on
 /// all paths; it stays when the environment variable KEEP_UR_JSON_FILES exists. What the runner has
 /// to say lies in the output file of the phase afterwards, also after a failure. Two calls at a

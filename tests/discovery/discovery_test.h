@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "core/automated_tum_upgrade.h"
 #include "core/locales.h"
 #include "core/property_store.h"
 #include "core/temp_directory.h"

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "core/automated_tum_upgrade.h"
 #include "core/property_defaults.h"
 #include "machine/machine.h"
 #include "machine/text.h"

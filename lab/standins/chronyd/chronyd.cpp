@@ -4,17 +4,15 @@
 #include <poll.h>
 #include <pwd.h>
 #include <signal.h>
-#include <stdlib.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <fstream>
-#include <iterator>
 #include <stdexcept>
 
-#include "standins/slapd/child_process.h"
+#include "standins/host_server/child_process.h"
 
 namespace Lab {
 namespace {
@@ -28,12 +26,6 @@ const char* Program() {
     if (access(place, X_OK) == 0) return place;
   }
   return nullptr;
-}
-
-std::filesystem::path MakeFolder() {
-  std::string name = (std::filesystem::temp_directory_path() / "chronyd-XXXXXX").string();
-  if (mkdtemp(name.data()) == nullptr) throw std::runtime_error(name + ": can't be made");
-  return name;
 }
 
 sockaddr_in Loopback(std::uint16_t port) {
@@ -81,30 +73,21 @@ std::string OwnUser() {
   return user == nullptr ? "root" : user->pw_name;
 }
 
-std::string ReadAll(const std::filesystem::path& file) {
-  std::ifstream in(file);
-  return {std::istreambuf_iterator<char>(in), {}};
-}
-
 }  // namespace
 
 bool Chronyd::Installed() { return Program() != nullptr; }
 
-Chronyd::Chronyd() : folder_(MakeFolder()) {
+Chronyd::Chronyd() : folder_("chronyd") {
   constexpr int kTries = 5;  // Another program may take the port in between.
   for (int i = 0; i < kTries; ++i) {
     if (StartOnSomePort()) return;
   }
-  const std::string reason = ReadAll(folder_ / "output");
-  std::filesystem::remove_all(folder_);
-  throw std::runtime_error(std::string(Program()) + ": " + reason);
+  throw std::runtime_error(std::string(Program()) + ": " + folder_.Read("output"));
 }
 
 Chronyd::~Chronyd() {
   kill(process_, SIGKILL);
   waitpid(process_, nullptr, 0);
-  std::error_code ignored;
-  std::filesystem::remove_all(folder_, ignored);
 }
 
 std::string Chronyd::Address() const { return "127.0.0.1:" + std::to_string(port_); }

@@ -7,6 +7,8 @@
 #include <filesystem>
 #include <string>
 
+#include "standins/host_server/scratch_folder.h"
+
 namespace Lab {
 
 /// A time server of the host for as long as the object lives, on a port of loopback that the system
@@ -29,7 +31,7 @@ class Chronyd {
  private:
   bool StartOnSomePort();
 
-  std::filesystem::path folder_;
+  ScratchFolder folder_;
   std::uint16_t port_ = 0;
   pid_t process_ = -1;
 };

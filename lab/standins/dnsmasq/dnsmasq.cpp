@@ -1,29 +1,21 @@
 #include "standins/dnsmasq/dnsmasq.h"
 
 #include <signal.h>
-#include <stdlib.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <fstream>
-#include <iterator>
 #include <stdexcept>
 #include <thread>
 
-#include "standins/slapd/child_process.h"
-#include "standins/slapd/loopback_port.h"
+#include "standins/host_server/child_process.h"
+#include "standins/host_server/loopback_port.h"
 
 namespace Lab {
 namespace {
 
 constexpr char kServer[] = "/usr/sbin/dnsmasq";
-
-std::filesystem::path MakeFolder() {
-  std::string name = (std::filesystem::temp_directory_path() / "dnsmasq-XXXXXX").string();
-  if (mkdtemp(name.data()) == nullptr) throw std::runtime_error(name + ": can't be made");
-  return name;
-}
 
 void WriteHosts(const std::filesystem::path& file, const Dnsmasq::Settings& settings) {
   std::ofstream out(file, std::ios::binary);
@@ -34,26 +26,16 @@ void WriteHosts(const std::filesystem::path& file, const Dnsmasq::Settings& sett
 
 bool Dnsmasq::Installed() { return std::filesystem::exists(kServer); }
 
-Dnsmasq::Dnsmasq(const Settings& settings) : folder_(MakeFolder()) {
-  try {
-    WriteHosts(folder_ / "hosts", settings);
-    constexpr int kTries = 5;  // Another program may take the port in between.
-    for (int i = 0; i < kTries; ++i) {
-      if (StartOnSomePort(settings)) return;
-    }
-    std::ifstream output(folder_ / "output");
-    throw std::runtime_error(std::string(kServer) + ": " +
-                             std::string(std::istreambuf_iterator<char>(output), {}));
-  } catch (...) {
-    std::filesystem::remove_all(folder_);
-    throw;
+Dnsmasq::Dnsmasq(const Settings& settings) : folder_("dnsmasq") {
+  WriteHosts(folder_ / "hosts", settings);
+  constexpr int kTries = 5;  // Another program may take the port in between.
+  for (int i = 0; i < kTries; ++i) {
+    if (StartOnSomePort(settings)) return;
   }
+  throw std::runtime_error(std::string(kServer) + ": " + folder_.Read("output"));
 }
 
-Dnsmasq::~Dnsmasq() {
-  Stop();
-  std::filesystem::remove_all(folder_);
-}
+Dnsmasq::~Dnsmasq() { Stop(); }
 
 std::string Dnsmasq::Address() const { return "127.0.0.1:" + std::to_string(port_); }
 

@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "standins/host_server/scratch_folder.h"
+
 namespace Lab {
 
 /// A DNS server of the host for as long as the object lives, on a port of loopback that the system
@@ -47,7 +49,7 @@ class Dnsmasq {
  private:
   bool StartOnSomePort(const Settings& settings);
 
-  std::filesystem::path folder_;
+  ScratchFolder folder_;
   std::uint16_t port_ = 0;
   pid_t process_ = -1;
 };

@@ -1,30 +1,21 @@
 #include "standins/slapd/slapd.h"
 
 #include <signal.h>
-#include <stdlib.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
-#include <fstream>
-#include <sstream>
 #include <stdexcept>
 #include <thread>
 
-#include "standins/slapd/child_process.h"
-#include "standins/slapd/loopback_port.h"
+#include "standins/host_server/child_process.h"
+#include "standins/host_server/loopback_port.h"
 
 namespace Lab {
 namespace {
 
 constexpr char kServer[] = "/usr/sbin/slapd";
 constexpr char kLoader[] = "/usr/sbin/slapadd";
-
-std::filesystem::path MakeFolder() {
-  std::string name = (std::filesystem::temp_directory_path() / "slapd-XXXXXX").string();
-  if (mkdtemp(name.data()) == nullptr) throw std::runtime_error(name + ": can't be made");
-  return name;
-}
 
 /// "dc=ostrel,dc=local"
 std::string Suffix(const std::string& domain) {
@@ -94,40 +85,20 @@ std::string RootEntry(const Slapd::Settings& settings) {
   return text;
 }
 
-void Write(const std::filesystem::path& file, const std::string& text) {
-  std::ofstream(file, std::ios::binary) << text;
-}
-
-std::string ReadAll(const std::filesystem::path& file) {
-  std::ifstream in(file);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
-
 }  // namespace
 
 bool Slapd::Installed() { return access(kServer, X_OK) == 0; }
 
-Slapd::Slapd(const Settings& settings) : folder_(MakeFolder()) {
-  try {
-    WriteConfiguration(settings);
-    constexpr int kTries = 5;  // Another program may take the port in between.
-    for (int i = 0; i < kTries; ++i) {
-      if (StartOnSomePort()) return;
-    }
-    throw std::runtime_error(std::string(kServer) + ": " + ReadAll(folder_ / "output"));
-  } catch (...) {
-    std::filesystem::remove_all(folder_);
-    throw;
+Slapd::Slapd(const Settings& settings) : folder_("slapd") {
+  WriteConfiguration(settings);
+  constexpr int kTries = 5;  // Another program may take the port in between.
+  for (int i = 0; i < kTries; ++i) {
+    if (StartOnSomePort()) return;
   }
+  throw std::runtime_error(std::string(kServer) + ": " + folder_.Read("output"));
 }
 
-Slapd::~Slapd() {
-  Stop();
-  std::error_code ignored;
-  std::filesystem::remove_all(folder_, ignored);
-}
+Slapd::~Slapd() { Stop(); }
 
 std::string Slapd::Address() const { return "127.0.0.1:" + std::to_string(port_); }
 
@@ -140,9 +111,9 @@ void Slapd::Stop() {
 
 void Slapd::WriteConfiguration(const Settings& settings) const {
   std::filesystem::create_directory(folder_ / "database");
-  Write(folder_ / "slapd.conf", Configuration(folder_, settings));
-  Write(folder_ / "root.ldif", RootEntry(settings));
-  Write(folder_ / "entries.ldif", Entries(settings));
+  folder_.Write("slapd.conf", Configuration(folder_.Path(), settings));
+  folder_.Write("root.ldif", RootEntry(settings));
+  folder_.Write("entries.ldif", Entries(settings));
   RunChild({"/usr/bin/openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt",
             "ec_paramgen_curve:prime256v1", "-nodes", "-days", "30", "-subj", "/CN=localhost",
             "-keyout", folder_ / "key.pem", "-out", folder_ / "certificate.pem"},

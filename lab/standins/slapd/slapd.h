@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "standins/host_server/scratch_folder.h"
+
 namespace Lab {
 
 /// A directory server of the host for as long as the object lives: with a folder, a configuration
@@ -50,7 +52,7 @@ class Slapd {
   void WriteConfiguration(const Settings& settings) const;
   bool StartOnSomePort();
 
-  std::filesystem::path folder_;
+  ScratchFolder folder_;
   std::uint16_t port_ = 0;
   pid_t process_ = -1;
 };

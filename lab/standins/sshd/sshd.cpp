@@ -1,19 +1,16 @@
 #include "standins/sshd/sshd.h"
 
-#include <arpa/inet.h>
 #include <signal.h>
-#include <stdlib.h>
-#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <fstream>
-#include <sstream>
 #include <stdexcept>
 #include <thread>
 
-#include "standins/slapd/child_process.h"
+#include "standins/host_server/child_process.h"
+#include "standins/host_server/loopback_port.h"
 #include "standins/sshd/ssh_files.h"
 
 namespace Lab {
@@ -28,23 +25,6 @@ constexpr char kUnshare[] = "/usr/bin/unshare";
 const std::vector<std::string> kApart = {kUnshare, "--mount",      "--propagation", "private",
                                          "--pid",  "--kill-child", "--fork"};
 
-std::filesystem::path MakeFolder() {
-  std::string name = (std::filesystem::temp_directory_path() / "sshd-XXXXXX").string();
-  if (mkdtemp(name.data()) == nullptr) throw std::runtime_error(name + ": can't be made");
-  return name;
-}
-
-void Write(const std::filesystem::path& file, const std::string& text) {
-  std::ofstream(file, std::ios::binary) << text;
-}
-
-std::string ReadAll(const std::filesystem::path& file) {
-  std::ifstream in(file);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
-
 std::vector<std::string> Apart(const std::vector<std::string>& command) {
   std::vector<std::string> all = kApart;
   all.insert(all.end(), command.begin(), command.end());
@@ -53,15 +33,13 @@ std::vector<std::string> Apart(const std::vector<std::string>& command) {
 
 /// Whether the host lets us have mounts and processes of our own.
 std::string WhyNotApart() {
-  const std::filesystem::path folder = MakeFolder();
-  std::string reason;
+  const ScratchFolder folder("sshd");
   try {
-    RunChild(Apart({"/bin/mount", "-t", "tmpfs", "none", folder}), "/dev/null");
+    RunChild(Apart({"/bin/mount", "-t", "tmpfs", "none", folder.Path()}), "/dev/null");
   } catch (const std::exception&) {
-    reason = "this host permits no mounts of our own";
+    return "this host permits no mounts of our own";
   }
-  std::filesystem::remove_all(folder);
-  return reason;
+  return {};
 }
 
 std::string StartScript(const std::string& diskSize) {
@@ -77,24 +55,6 @@ std::string StartScript(const std::string& diskSize) {
          disk + " none disk\nexec " + kServer + " -D -e -f \"$1/sshd_config\"\n";
 }
 
-sockaddr_in Loopback(std::uint16_t port) {
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  address.sin_port = htons(port);
-  return address;
-}
-
-std::uint16_t FreePort() {
-  const int probe = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  sockaddr_in address = Loopback(0);
-  socklen_t length = sizeof(address);
-  (void)bind(probe, reinterpret_cast<sockaddr*>(&address), length);
-  (void)getsockname(probe, reinterpret_cast<sockaddr*>(&address), &length);
-  close(probe);
-  return ntohs(address.sin_port);
-}
-
 }  // namespace
 
 std::string Sshd::WhyNot() {
@@ -107,25 +67,16 @@ std::string Sshd::WhyNot() {
 }
 
 Sshd::Sshd(const Settings& settings)
-    : folder_(MakeFolder()), hostKeys_(settings.hostKeys), options_(settings.options) {
-  try {
-    WriteFiles(settings);
-    constexpr int kTries = 5;  // Another program may take the port in between.
-    for (int i = 0; i < kTries; ++i) {
-      if (StartOnSomePort()) return;
-    }
-    throw std::runtime_error(std::string(kServer) + ": " + Log());
-  } catch (...) {
-    std::filesystem::remove_all(folder_);
-    throw;
+    : folder_("sshd"), hostKeys_(settings.hostKeys), options_(settings.options) {
+  WriteFiles(settings);
+  constexpr int kTries = 5;  // Another program may take the port in between.
+  for (int i = 0; i < kTries; ++i) {
+    if (StartOnSomePort()) return;
   }
+  throw std::runtime_error(std::string(kServer) + ": " + Log());
 }
 
-Sshd::~Sshd() {
-  Stop();
-  std::error_code ignored;
-  std::filesystem::remove_all(folder_, ignored);
-}
+Sshd::~Sshd() { Stop(); }
 
 std::string Sshd::Address() const { return "127.0.0.1:" + std::to_string(port_); }
 std::string Sshd::Address6() const { return "[::1]:" + std::to_string(port_); }
@@ -140,7 +91,7 @@ std::filesystem::path Sshd::HostPath(const std::string& path) const {
   return "/proc/" + std::to_string(process_) + "/root" + path;
 }
 
-std::string Sshd::Log() const { return ReadAll(folder_ / "output"); }
+std::string Sshd::Log() const { return folder_.Read("output"); }
 
 void Sshd::Stop() {
   if (process_ <= 0) return;
@@ -154,11 +105,10 @@ void Sshd::Stop() {
 void Sshd::WriteFiles(const Settings& settings) const {
   std::filesystem::create_directory(folder_ / "disk");
   std::filesystem::create_directory(folder_ / "home");
-  Write(folder_ / "passwd", settings.user + ":x:0:0::" + (folder_ / "home").string() +
-                                ":/bin/sh\nsshd:x:100:65534::/run/sshd:/usr/sbin/nologin\n");
-  Write(folder_ / "shadow",
-        ShadowLine(settings.user, settings.password) + "\nsshd:*:19000::::::\n");
-  Write(folder_ / "start", StartScript(settings.diskSize));
+  folder_.Write("passwd", settings.user + ":x:0:0::" + (folder_ / "home").string() +
+                              ":/bin/sh\nsshd:x:100:65534::/run/sshd:/usr/sbin/nologin\n");
+  folder_.Write("shadow", ShadowLine(settings.user, settings.password) + "\nsshd:*:19000::::::\n");
+  folder_.Write("start", StartScript(settings.diskSize));
   for (const std::string& type : hostKeys_) {
     std::vector<std::string> command = {kKeyMaker, "-q", "-N", "",
                                         "-t",      type, "-f", folder_ / ("key_" + type)};
@@ -177,13 +127,13 @@ void Sshd::WriteConfiguration() const {
     text += "HostKey " + (folder_ / ("key_" + type)).string() + "\n";
   }
   for (const std::string& option : options_) text += option + "\n";
-  Write(folder_ / "sshd_config", text);
+  folder_.Write("sshd_config", text);
 }
 
 bool Sshd::StartOnSomePort() {
-  port_ = FreePort();
+  port_ = FreeLoopbackPort();
   WriteConfiguration();
-  process_ = StartChild(Apart({"/bin/sh", folder_ / "start", folder_}), folder_ / "output");
+  process_ = StartChild(Apart({"/bin/sh", folder_ / "start", folder_.Path()}), folder_ / "output");
   const std::string listening = "Server listening on 127.0.0.1 port";
   while (waitpid(process_, nullptr, WNOHANG) == 0) {
     if (Log().find(listening) != std::string::npos) return true;

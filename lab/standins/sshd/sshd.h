@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "standins/host_server/scratch_folder.h"
+
 namespace Lab {
 
 /// An SSH server of the host for as long as the object lives, on a port of loopback that the system
@@ -64,7 +66,7 @@ class Sshd {
   bool StartOnSomePort();
   std::string InsideProcess() const;
 
-  std::filesystem::path folder_;
+  ScratchFolder folder_;
   std::vector<std::string> hostKeys_;
   std::vector<std::string> options_;
   std::uint16_t port_ = 0;

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "core/automated_tum_upgrade.h"
 #include "core/console.h"
 #include "core/framework_logging.h"
 #include "core/locales.h"
@@ -13,7 +14,6 @@
 #include "core/startup/control_handler.h"
 #include "core/startup/fatal_error.h"
 #include "core/startup/winsock_setup.h"
-#include "discovery/installed_products.h"
 #include "host/windows_api.h"
 #include "serverclient/tunrak_core.h"
 
@@ -108,7 +108,7 @@ StartResult HVInit(int argc, wchar_t* argv[], UserInput& input) {
     ReportFatal(L"HVInit: %s", 1101);
     return kFailed;
   }
-  Discovery::automatedTumUpgrade = false;
+  automatedTumUpgrade = false;
   log.Info(L"HVInit: Automated TUM upgrade disabled.");
   return kGoOn;
 }

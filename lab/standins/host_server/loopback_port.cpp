@@ -1,4 +1,4 @@
-#include "standins/slapd/loopback_port.h"
+#include "standins/host_server/loopback_port.h"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>

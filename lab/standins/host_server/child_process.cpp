@@ -1,4 +1,4 @@
-#include "standins/slapd/child_process.h"
+#include "standins/host_server/child_process.h"
 
 #include <fcntl.h>
 #include <signal.h>

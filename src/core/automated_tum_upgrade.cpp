@@ -1,0 +1,7 @@
+#include "core/automated_tum_upgrade.h"
+
+namespace Halvard {
+
+bool automatedTumUpgrade = false;
+
+}  // namespace Halvard
