@@ -56,7 +56,18 @@ TEST(StreamBuffer, ReadsWhatWasWrittenAlsoInTurns) {
   std::string read(100003, '\0');
   EXPECT_EQ(buffer.sgetn(read.data(), 200000), 100003);
   EXPECT_EQ(read, "bcd" + large);
-  EXPECT_EQ(buffer.GetText(), "abcd" + large);
+}
+
+TEST(StreamBuffer, IsEmptyOnceItWasReadToItsEnd) {
+  const StreamBufferPointer buffer = Filled("abc");
+  std::string read(3, '\0');
+  buffer->sgetn(read.data(), 3);
+  EXPECT_EQ(buffer->GetText(), "abc");
+  EXPECT_EQ(buffer->sgetc(), StreamBuffer::traits_type::eof());
+  EXPECT_EQ(buffer->GetText(), "");
+  buffer->sputn("de", 2);
+  EXPECT_EQ(buffer->GetText(), "de");
+  EXPECT_EQ(buffer->sbumpc(), 'd');
 }
 
 TEST(FailFrames, TellsEachFrameOnceAndEmptiesTheQueue) {

@@ -2,6 +2,13 @@
 
 namespace Krova::Transport::Http {
 
+StreamBuffer::int_type StreamBuffer::underflow() {
+  // An assignment would keep the room.
+  std::string().swap(text_);
+  setg(nullptr, nullptr, nullptr);
+  return traits_type::eof();
+}
+
 StreamBuffer::int_type StreamBuffer::overflow(int_type byte) {
   if (traits_type::eq_int_type(byte, traits_type::eof())) return traits_type::not_eof(byte);
   const char written = traits_type::to_char_type(byte);
