@@ -7,6 +7,7 @@
 
 #include "machine/call.h"
 #include "machine/machine.h"
+#include "network/host_adapters.h"
 
 namespace {
 
@@ -170,10 +171,9 @@ bool HasProtocol(const Lab::Adapter& adapter, ULONG family) {
 
 /// The adapters that the n-th call of the process is to see.
 std::vector<Lab::Adapter> VisibleAdapters(ULONG family, ULONG flags) {
-  Lab::Machine& machine = Lab::TheMachine();
-  const std::uint32_t call = machine.Faults().Calls("GetAdaptersAddresses");
+  const std::uint32_t call = Lab::TheMachine().Faults().Calls("GetAdaptersAddresses");
   std::vector<Lab::Adapter> visible;
-  for (const Lab::Adapter& adapter : machine.Describe().adapters) {
+  for (const Lab::Adapter& adapter : Lab::CurrentAdapters()) {
     const bool isThere = call >= adapter.firstCall && call <= adapter.lastCall;
     if (isThere && HasProtocol(adapter, family)) {
       visible.push_back(PartFor(adapter, family, flags));

@@ -126,6 +126,12 @@ std::optional<SocketAddress> ParseAddress(const std::string& text) {
   return address;
 }
 
+bool IsLoopback(const SocketAddress& address) {
+  constexpr std::uint32_t kNetwork = 127;
+  if (address.any.sa_family == AF_INET) return ntohl(address.v4.sin_addr.s_addr) >> 24 == kNetwork;
+  return IN6_IS_ADDR_LOOPBACK(&address.v6.sin6_addr) != 0;
+}
+
 std::vector<Adapter> ReadAdapters(const Json::Value& list) {
   std::vector<Adapter> adapters;
   for (Json::ArrayIndex i = 0; i < list.size(); ++i) {

@@ -26,6 +26,9 @@ union SocketAddress {
 /// \return Nothing when \p text isn't an address.
 std::optional<SocketAddress> ParseAddress(const std::string& text);
 
+/// Tells whether it never leaves the machine: any of 127.0.0.0/8, or ::1.
+bool IsLoopback(const SocketAddress& address);
+
 struct Adapter {
   struct Unicast {
     SocketAddress address;

@@ -191,7 +191,8 @@ Description ParseDescription(const Json::Value& document, const std::filesystem:
   description.hostEndPoints = document["ports"].get("host", false).asBool();
   description.graceNeedsForceSelf = document["shutdown"].get("graceNeedsForceSelf", false).asBool();
   try {
-    description.adapters = ReadAdapters(document["adapters"]);
+    description.hostAdapters = document["adapters"].isString();
+    if (!description.hostAdapters) description.adapters = ReadAdapters(document["adapters"]);
     description.nameService = ReadNameService(document["hosts"], document["dns"]);
     description.addressMap = AddressMap(document["addressMap"]);
     description.fileVersions = ReadFileVersions(document["fileVersions"]);

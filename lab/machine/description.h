@@ -117,6 +117,7 @@ struct Description {
   bool graceNeedsForceSelf = false;
 
   std::vector<Adapter> adapters;
+  bool hostAdapters = false;  ///< The adapters are the host's; the list is empty then.
   NameService nameService;
   AddressMap addressMap;
 

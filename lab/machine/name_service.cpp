@@ -93,6 +93,8 @@ NameService ReadNameService(const Json::Value& hosts, const Json::Value& dns) {
     }
   }
   service.hasDns = !dns.isNull();
+  service.hostResolver = dns.isString();
+  if (service.hostResolver) return service;
   for (const std::string& name : dns["names"].getMemberNames()) {
     service.names[ToWide(name)] = ReadName(dns["names"][name], ToWide(name), "/dns/names/" + name);
   }

@@ -44,6 +44,7 @@ struct NameService {
   Hosts hosts;  ///< The hosts file. A name without addresses has an answer without any.
 
   bool hasDns = false;                  ///< A DNS server is configured.
+  bool hostResolver = false;            ///< Names are looked up as on the host; the rest is empty.
   Names names;                          ///< What it answers, but for
   std::optional<SocketAddress> server;  ///< a real one: it is asked in their place.
   std::vector<std::wstring> suffixes;   ///< Appended to names without a dot.

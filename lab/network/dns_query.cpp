@@ -78,6 +78,7 @@ DnsReply QueryDns(const std::wstring& name, std::uint16_t type) {
   }
   const NameService& service = TheMachine().Describe().nameService;
   if (!service.hasDns) return {DNS_ERROR_NO_DNS_SERVERS, {}};
+  if (service.hostResolver) return QueryHostDns(bare, type);
   DnsReply reply = service.server ? QueryDnsServer(*service.server, bare, type)
                                   : QueryNames(service.names, bare, type);
   if (reply.status == ERROR_TIMEOUT && !service.server) TheMachine().Clock().Sleep(kPatience);

@@ -1,4 +1,4 @@
-// Questions to the DNS servers that the machine has: those of its description, or a real one.
+// Questions to the DNS servers that the machine has: those of its description, or real ones.
 #pragma once
 
 #include <cstdint>
@@ -28,5 +28,8 @@ DnsReply QueryDns(const std::wstring& name, std::uint16_t type);
 /// Asks a real server, by UDP and, for a reply that was cut, by TCP.
 /// \param server  As the machine knows it: the description's address map tells where it is.
 DnsReply QueryDnsServer(const SocketAddress& server, const std::wstring& name, std::uint16_t type);
+
+/// Asks the servers that the host's resolver is configured with, in the same way.
+DnsReply QueryHostDns(const std::wstring& name, std::uint16_t type);
 
 }  // namespace Lab

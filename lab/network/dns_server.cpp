@@ -1,17 +1,11 @@
 // Real DNS servers, over the host's resolver library.
-#include <arpa/nameser.h>
-#include <netinet/in.h>
-#include <resolv.h>
-
-// An access right on the machine.
-#undef DELETE
-
 #include <algorithm>
 #include <vector>
 
 #include "machine/machine.h"
 #include "network/address_text.h"
 #include "network/dns_query.h"
+#include "network/resolver_state.h"
 #include "winerror.h"
 
 namespace Lab {
@@ -20,46 +14,32 @@ namespace {
 constexpr std::uint16_t kDnsPort = 53;
 constexpr std::uint32_t kFirstServerCode = 9000;
 
-/// One resolver of the host, that asks one server and nobody else.
-class Asker {
- public:
-  explicit Asker(const sockaddr_in& server) {
-    constexpr double kPatience = 12.0;  // Seconds of the machine.
-    (void)res_ninit(&state_);
-    state_.options = RES_INIT | RES_RECURSE;
-    state_.nscount = 1;
-    state_.nsaddr_list[0] = server;
-    state_.retry = 2;
-    const double speed = TheMachine().Describe().clock.speed;
-    state_.retrans = std::max(1, static_cast<int>(kPatience / speed / state_.retry));
-  }
-  Asker(const Asker&) = delete;
-  Asker& operator=(const Asker&) = delete;
-  ~Asker() { res_nclose(&state_); }
-
-  /// \return The reply's bytes; none when the server didn't give any. A refusal is a reply.
-  std::vector<unsigned char> Ask(const std::string& name, std::uint16_t type) {
-    std::vector<unsigned char> question(NS_PACKETSZ);
-    const int length = res_nmkquery(&state_, ns_o_query, name.c_str(), ns_c_in, type, nullptr, 0,
-                                    nullptr, question.data(), static_cast<int>(question.size()));
-    if (length < 0) return {};
-    std::vector<unsigned char> reply(NS_MAXMSG);
-    const int received =
-        res_nsend(&state_, question.data(), length, reply.data(), static_cast<int>(reply.size()));
-    if (received > 0) {
-      reply.resize(static_cast<std::size_t>(received));
-      return reply;
-    }
-    // The library takes a refusal for no reply, but leaves its header where it read it.
-    const auto* const header = reinterpret_cast<const HEADER*>(reply.data());
-    if (header->qr == 0 || header->rcode == ns_r_noerror) return {};
-    reply.resize(NS_HFIXEDSZ);
+/// \return The reply's bytes; none when no server gave any. A refusal is a reply.
+std::vector<unsigned char> Ask(ResolverState& servers, const std::string& name,
+                               std::uint16_t type) {
+  constexpr double kPatience = 12.0;  // Seconds of the machine.
+  const res_state state = servers.Get();
+  state->options = RES_INIT | RES_RECURSE;
+  state->retry = 2;
+  const double speed = TheMachine().Describe().clock.speed;
+  state->retrans = std::max(1, static_cast<int>(kPatience / speed / state->retry));
+  std::vector<unsigned char> question(NS_PACKETSZ);
+  const int length = res_nmkquery(state, ns_o_query, name.c_str(), ns_c_in, type, nullptr, 0,
+                                  nullptr, question.data(), static_cast<int>(question.size()));
+  if (length < 0) return {};
+  std::vector<unsigned char> reply(NS_MAXMSG);
+  const int received =
+      res_nsend(state, question.data(), length, reply.data(), static_cast<int>(reply.size()));
+  if (received > 0) {
+    reply.resize(static_cast<std::size_t>(received));
     return reply;
   }
-
- private:
-  struct __res_state state_ {};
-};
+  // The library takes a refusal for no reply, but leaves its header where it read it.
+  const auto* const header = reinterpret_cast<const HEADER*>(reply.data());
+  if (header->qr == 0 || header->rcode == ns_r_noerror) return {};
+  reply.resize(NS_HFIXEDSZ);
+  return reply;
+}
 
 std::wstring Expanded(const ns_msg& message, const unsigned char* at) {
   char name[NS_MAXDNAME] = {};
@@ -113,15 +93,21 @@ DnsReply ReadReply(const std::vector<unsigned char>& bytes) {
   return DnsReply::Of(std::move(records));
 }
 
-/// Where the server really is. The host's library asks servers over IPv4.
-std::optional<sockaddr_in> RealServer(const SocketAddress& server) {
+/// Where the server really is.
+std::optional<SocketAddress> RealServer(const SocketAddress& server) {
   const HostPort known{CanonicalHost(AddressText(&server.any)), kDnsPort};
   const HostPort real = TheMachine().Describe().addressMap.RealOf(known);
-  const auto address = ParseAddress(real.host);
-  if (!address || address->any.sa_family != AF_INET) return std::nullopt;
-  sockaddr_in place = address->v4;
-  place.sin_port = htons(real.port);
+  std::optional<SocketAddress> place = ParseAddress(real.host);
+  if (!place) return std::nullopt;
+  const bool ipv4 = place->any.sa_family == AF_INET;
+  (ipv4 ? place->v4.sin_port : place->v6.sin6_port) = htons(real.port);
   return place;
+}
+
+DnsReply Query(ResolverState& servers, const std::wstring& name, std::uint16_t type) {
+  const std::vector<unsigned char> reply = Ask(servers, ToUtf8(name), type);
+  if (reply.empty()) return {ERROR_TIMEOUT, {}};
+  return ReadReply(reply);
 }
 
 }  // namespace
@@ -129,9 +115,14 @@ std::optional<sockaddr_in> RealServer(const SocketAddress& server) {
 DnsReply QueryDnsServer(const SocketAddress& server, const std::wstring& name, std::uint16_t type) {
   const auto place = RealServer(server);
   if (!place) return {ERROR_TIMEOUT, {}};
-  const std::vector<unsigned char> reply = Asker(*place).Ask(ToUtf8(name), type);
-  if (reply.empty()) return {ERROR_TIMEOUT, {}};
-  return ReadReply(reply);
+  ResolverState servers;
+  servers.UseServer(*place);
+  return Query(servers, name, type);
+}
+
+DnsReply QueryHostDns(const std::wstring& name, std::uint16_t type) {
+  ResolverState servers;
+  return Query(servers, name, type);
 }
 
 }  // namespace Lab

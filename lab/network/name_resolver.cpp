@@ -1,25 +1,19 @@
 #include "network/name_resolver.h"
 
-#include <arpa/inet.h>
-
 #include <algorithm>
 #include <cstring>
 
 #include "machine/machine.h"
 #include "network/address_parser.h"
 #include "network/dns_query.h"
+#include "network/host_adapters.h"
+#include "network/host_resolver.h"
 #include "winsock2.h"
 
 namespace Lab {
 namespace {
 
 using Addresses = std::vector<SocketAddress>;
-
-bool IsLoopback(const SocketAddress& address) {
-  constexpr std::uint32_t kNetwork = 127;
-  if (address.any.sa_family == AF_INET) return ntohl(address.v4.sin_addr.s_addr) >> 24 == kNetwork;
-  return IN6_IS_ADDR_LOOPBACK(&address.v6.sin6_addr) != 0;
-}
 
 Addresses OfFamily(const Addresses& all, int family) {
   Addresses chosen;
@@ -33,7 +27,7 @@ Addresses OfFamily(const Addresses& all, int family) {
 /// all there is.
 Addresses OwnAddresses() {
   Addresses all, real;
-  for (const Adapter& adapter : TheMachine().Describe().adapters) {
+  for (const Adapter& adapter : CurrentAdapters()) {
     for (const Adapter::Unicast& unicast : adapter.addresses) {
       all.push_back(unicast.address);
       if (!IsLoopback(unicast.address)) real.push_back(unicast.address);
@@ -106,8 +100,10 @@ Resolution AskForFamily(const std::wstring& name, int family) {
 
 /// A name without a dot is tried below each suffix first.
 Resolution AskDns(const std::wstring& name, int family) {
+  const NameService& service = TheMachine().Describe().nameService;
+  if (service.hostResolver) return ResolveOnHost(name, family);
   if (name.find(L'.') == std::wstring::npos) {
-    for (const std::wstring& suffix : TheMachine().Describe().nameService.suffixes) {
+    for (const std::wstring& suffix : service.suffixes) {
       Resolution found = AskForFamily(name + L"." + suffix, family);
       if (found.error == 0) return found;
     }

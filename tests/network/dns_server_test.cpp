@@ -1,5 +1,6 @@
 // The checks against a real DNS server.
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include "network/address_checks.h"
 #include "network/name_validation.h"
@@ -31,6 +32,16 @@ Lab::Dnsmasq::Settings Names() {
   return settings;
 }
 
+bool HostHasIpv6Loopback() {
+  const int probe = ::socket(AF_INET6, int{SOCK_STREAM}, 0);
+  sockaddr_in6 address{};
+  address.sin6_family = AF_INET6;
+  address.sin6_addr = in6addr_loopback;
+  const bool bound = bind(probe, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0;
+  close(probe);
+  return bound;
+}
+
 class DnsServerTest : public NamesTest {
  protected:
   void SetUp() override {
@@ -57,6 +68,21 @@ TEST_F(DnsServerTest, AddressesOfBothFamiliesAreCounted) {
   EXPECT_TRUE(Ask(L"kv.example", false));
   EXPECT_EQ(counts_.total, 1u);
   EXPECT_TRUE(counts_.primaryOnSystem);
+}
+
+TEST_F(DnsServerTest, ServerMayBeReachedByIPv6) {
+  if (!HostHasIpv6Loopback()) GTEST_SKIP() << "the host has no ::1";
+  Lab::Dnsmasq::Settings names = Names();
+  names.ipv6 = true;
+  server_.emplace(names);
+  machine_.Remove("/addressMap");
+  machine_.Set("/dns/server", "2001:db8::53");
+  machine_.Set("/addressMap/[2001:db8::53]:53", server_->Ipv6Address());
+  EXPECT_TRUE(Ask(L"kv.example"));
+  EXPECT_TRUE(counts_.primaryOnSystem);
+  EXPECT_TRUE(Ask(L"many.example"));
+  EXPECT_EQ(counts_.total, 100u);
+  EXPECT_FALSE(Ask(L"nobody.example"));
 }
 
 TEST_F(DnsServerTest, AliasComesFirst) {

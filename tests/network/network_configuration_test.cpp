@@ -179,6 +179,12 @@ TEST_F(NetworkConfiguration, AnyAddressOfTheMachineCanBeAskedFor) {
   EXPECT_FALSE(reply_.isMember("error"));
 }
 
+TEST_F(NetworkConfiguration, NameOfAThousandCharactersIsHandedOnAsItIs) {
+  Use(ReadNetwork("single_adapter"));
+  EXPECT_TRUE(CollectNetworkIdentity(std::wstring(1'000, L'\u4eac'), reply_));
+  EXPECT_EQ(Wide(reply_["config_fqdn"]), std::wstring(1'000, L'\u4eac'));
+}
+
 TEST_F(NetworkConfiguration, HundredsOfAdaptersAndAddresses) {
   Json::Value adapters(Json::arrayValue);
   for (int i = 0; i < 200; ++i) {

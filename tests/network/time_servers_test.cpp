@@ -92,6 +92,15 @@ INSTANTIATE_TEST_SUITE_P(
                       Separators{"NameOfAnAddress", L"192.0.2.5,0x8", L"192.0.2.5"}),
     [](const auto& row) { return row.param.name; });
 
+TEST_F(TimeServers, NameOfAThousandCharactersIsDeadAndNoMore) {
+  const std::wstring name(1'000, L'a');
+  Configure(L"NTP", (name + L",0x9 alpha").c_str());
+  EXPECT_TRUE(Ask());
+  EXPECT_EQ(servers_, L"alpha");
+  EXPECT_THAT(Lines(),
+              Contains(WarningLine(L"GetNTPServer: NTP server validation failed for " + name)));
+}
+
 TEST_F(TimeServers, DomainHierarchyCarriesNoServerOver) {
   Configure(L"nt5ds", L"alpha");
   EXPECT_TRUE(Ask());

@@ -39,6 +39,8 @@ Dnsmasq::~Dnsmasq() { Stop(); }
 
 std::string Dnsmasq::Address() const { return "127.0.0.1:" + std::to_string(port_); }
 
+std::string Dnsmasq::Ipv6Address() const { return "[::1]:" + std::to_string(port_); }
+
 void Dnsmasq::Stop() {
   if (process_ <= 0) return;
   kill(process_, SIGKILL);
@@ -48,7 +50,7 @@ void Dnsmasq::Stop() {
 
 bool Dnsmasq::StartOnSomePort(const Settings& settings) {
   // Who has the port for UDP makes the start fail.
-  port_ = FreeLoopbackPort();
+  port_ = settings.port != 0 ? settings.port : FreeLoopbackPort();
   // Without a daemon it neither changes its user nor writes a file of its own.
   std::vector<std::string> command = {kServer,
                                       "--no-daemon",
@@ -60,6 +62,7 @@ bool Dnsmasq::StartOnSomePort(const Settings& settings) {
                                       "--local=/example/",
                                       "--port=" + std::to_string(port_),
                                       "--addn-hosts=" + (folder_ / "hosts").string()};
+  if (settings.ipv6) command.push_back("--listen-address=::1");
   for (const auto& alias : settings.aliases) {
     command.push_back("--cname=" + alias.name + "," + alias.target);
   }

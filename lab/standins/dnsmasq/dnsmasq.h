@@ -12,9 +12,9 @@
 
 namespace Lab {
 
-/// A DNS server of the host for as long as the object lives, on a port of loopback that the system
-/// chose. It knows what it is told and asks nobody else: any name below "example" that it doesn't
-/// know doesn't exist, all others are refused. Needs no rights.
+/// A DNS server of the host for as long as the object lives, on a port of loopback. It knows what
+/// it is told and asks nobody else: any name below "example" that it doesn't know doesn't exist,
+/// all others are refused. Needs no rights but for a port below 1024.
 class Dnsmasq {
  public:
   struct Settings {
@@ -28,6 +28,8 @@ class Dnsmasq {
     };
     std::vector<Host> hosts;  ///< A name may stand there more than once.
     std::vector<Alias> aliases;
+    bool ipv6 = false;       ///< It listens on ::1 as well.
+    std::uint16_t port = 0;  ///< 0: the system chooses. A fixed one suits a network of its own.
   };
 
   /// \return False where the package isn't installed.
@@ -42,6 +44,8 @@ class Dnsmasq {
 
   /// \return "127.0.0.1:40053"; for a machine's addressMap.
   std::string Address() const;
+  /// \return "[::1]:40053", where it listens there.
+  std::string Ipv6Address() const;
 
   /// Ends the server at once.
   void Stop();
