@@ -1,17 +1,14 @@
 // lab-sshd: an appliance of the lab for programs that aren't C++.
 #include <json/writer.h>
-#include <poll.h>
-#include <sys/signalfd.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
-#include <array>
-#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <memory>
 #include <string>
 
+#include "standins/host_server/program_end.h"
 #include "standins/sshd/sshd.h"
 #include "standins/sshd/tcp_relay.h"
 
@@ -51,24 +48,6 @@ bool HasLimits(const Lab::TcpRelay::Limits& limits) {
   return limits.closeAfter || limits.silentAfter || limits.bytesPerSecond;
 }
 
-/// A descriptor that is readable once the program is asked to end.
-int EndRequests() {
-  sigset_t signals;
-  sigemptyset(&signals);
-  sigaddset(&signals, SIGTERM);
-  sigaddset(&signals, SIGINT);
-  sigprocmask(SIG_BLOCK, &signals, nullptr);
-  return signalfd(-1, &signals, SFD_CLOEXEC);
-}
-
-void WaitForEnd(int requests, bool untilInputEnds) {
-  pollfd ready[] = {{requests, POLLIN, 0}, {untilInputEnds ? STDIN_FILENO : -1, POLLIN, 0}};
-  std::array<char, 256> ignored;
-  while (poll(ready, 2, -1) < 0 || ready[0].revents == 0) {
-    if (ready[1].revents != 0 && read(STDIN_FILENO, ignored.data(), ignored.size()) <= 0) return;
-  }
-}
-
 void Announce(const Lab::Sshd& server, const Options& options, const std::string& address) {
   Json::Value line;
   line["address"] = address;
@@ -92,14 +71,13 @@ void Run(const Options& options) {
   }
   // The server's first process must not inherit the blocked signals, so they are blocked after it.
   const Lab::Sshd server(options.settings);
-  const int requests = EndRequests();
+  const Lab::ProgramEnd end;
   std::unique_ptr<Lab::TcpRelay> relay;
   if (HasLimits(options.limits)) {
     relay = std::make_unique<Lab::TcpRelay>(server.Address(), options.limits);
   }
   Announce(server, options, relay ? relay->Address() : server.Address());
-  WaitForEnd(requests, options.untilInputEnds);
-  close(requests);
+  end.Wait(options.untilInputEnds);
 }
 
 }  // namespace

@@ -1,0 +1,81 @@
+// lab-slapd: a directory of Single Sign-On for programs that aren't C++.
+#include <json/writer.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <exception>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+#include "standins/host_server/program_end.h"
+#include "standins/slapd/slapd.h"
+
+namespace {
+
+struct Options {
+  std::string domain = "ostrel.local";
+  Lab::Slapd::User user{"Administrator", "secret"};
+  std::optional<std::string> version;
+  bool untilInputEnds = false;
+};
+
+constexpr const char* kFooter =
+    R"(On its start it prints one line of JSON: address and port where it speaks LDAP over TLS, user (as it
+logs in, with the domain), pid. It ends on SIGTERM and SIGINT. Exit codes: 0 after such an end, 1 when it
+can't start, 2 for a wrong command line.)";
+
+void AddOptions(CLI::App& app, Options& options) {
+  app.add_option("--domain", options.domain, "Domain of the directory; ostrel.local");
+  app.add_option("--user", options.user.name, "Its one user; Administrator");
+  app.add_option("--password", options.user.password, "\"secret\"");
+  app.add_option("--belvar-version", options.version,
+                 "Version that it tells of its Belvar Controller, as 6.0.1; without it an older "
+                 "directory, which tells none");
+  app.add_flag("--until-input-ends", options.untilInputEnds,
+               "End when standard input ends as well, so that nobody leaves it behind");
+  app.footer(kFooter);
+}
+
+void Announce(const Lab::Slapd& server, const Options& options) {
+  const std::string address = server.Address();
+  Json::Value line;
+  line["address"] = address;
+  line["port"] = std::stoi(address.substr(address.rfind(':') + 1));
+  line["user"] = options.user.name + "@" + options.domain;
+  line["pid"] = getpid();
+  Json::StreamWriterBuilder builder;
+  builder["indentation"] = "";
+  std::printf("%s\n", Json::writeString(builder, line).c_str());
+  std::fflush(stdout);
+}
+
+void Run(const Options& options) {
+  if (!Lab::Slapd::Installed()) throw std::runtime_error("Debian's package slapd isn't installed");
+  const Lab::Slapd server(
+      {.domain = options.domain, .users = {options.user}, .version = options.version});
+  const Lab::ProgramEnd end;
+  Announce(server, options);
+  end.Wait(options.untilInputEnds);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  CLI::App app{"A directory of Single Sign-On of the lab: the real slapd on a port of its own."};
+  Options options;
+  AddOptions(app, options);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? 0 : 2;
+  }
+  try {
+    Run(options);
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "lab-slapd: %s\n", error.what());
+    return 1;
+  }
+  return 0;
+}
