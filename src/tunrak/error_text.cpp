@@ -28,6 +28,7 @@ const char* KnownText(const error_code& error) {
       {asio::error::network_down, "network down"},
       {asio::error::timed_out, "timed out"},
       {asio::error::access_denied, "access denied"},
+      {asio::error::no_descriptors, "too many descriptors are open"},
       {asio::error::host_not_found, "host not found"},
       {asio::error::host_not_found_try_again, "host not found, name server doesn't answer"},
       {asio::error::no_data, "host has no address"},

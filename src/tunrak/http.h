@@ -90,6 +90,8 @@ class UserAgent {
   std::string Peer() const { return spec_->Peer(); }
 
  private:
+  std::unique_ptr<Connection> Connect() const;
+
   std::shared_ptr<const ConnectionSpec> spec_;
   std::unique_ptr<Connection> connection_;
 };

@@ -1,8 +1,10 @@
 #include "tunrak/ssl.h"
 
 #include <atomic>
+#include <boost/system/system_error.hpp>
 #include <mutex>
 
+#include "tunrak/error_text.h"
 #include "tunrak/exception.h"
 #include "tunrak/ssl_context.h"
 
@@ -17,6 +19,14 @@ std::string gCiphers;
 std::string Ciphers() {
   const std::lock_guard lock(gCiphersMutex);
   return gCiphers;
+}
+
+std::shared_ptr<Ssl::Context> NewContext() {
+  try {
+    return std::make_shared<Ssl::Context>();
+  } catch (const boost::system::system_error& failure) {
+    throw Exception("Making an SSL context failed: " + ErrorText(failure.code()) + ".");
+  }
 }
 
 }  // namespace
@@ -50,7 +60,7 @@ std::shared_ptr<Ssl::Context> Ssl::CreateSSLContext(
   if (supportedVersions != 0) {
     throw Exception("Unknown SSL versions " + std::to_string(supportedVersions) + ".");
   }
-  auto context = std::make_shared<Context>();
+  auto context = NewContext();
   const std::string ciphers = Ciphers();
   if (!ciphers.empty() &&
       SSL_CTX_set_cipher_list(context->native.native_handle(), ciphers.c_str()) != 1) {

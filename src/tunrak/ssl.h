@@ -24,7 +24,9 @@ int GetVerifySSLCertificates();
 class Context;
 
 /// \param supportedVersions  0 for those that the TLS library offers by itself.
-/// \throws Exception  for any other versions, or ciphers that the library doesn't know.
+/// \throws Exception  for any other versions, ciphers that the library doesn't know, or when the
+/// TLS
+///                    library makes no context.
 std::shared_ptr<Context> CreateSSLContext(const std::shared_ptr<const Crypto::KeyStore>& keyStore,
                                           int supportedVersions);
 

@@ -1,4 +1,7 @@
+#include <boost/system/system_error.hpp>
+
 #include "tunrak/connection.h"
+#include "tunrak/error_text.h"
 #include "tunrak/exception.h"
 #include "tunrak/http.h"
 
@@ -8,16 +11,25 @@ UserAgent::UserAgent(std::shared_ptr<const ConnectionSpec> spec) : spec_(std::mo
 
 UserAgent::~UserAgent() = default;
 
+std::unique_ptr<Connection> UserAgent::Connect() const {
+  try {
+    return spec_->Connect();
+  } catch (const boost::system::system_error& failure) {
+    // The system had nothing left to connect with: no descriptor, no memory for TLS.
+    throw Exception("Connecting to " + Peer() + " failed: " + ErrorText(failure.code()) + ".");
+  }
+}
+
 Response UserAgent::Post(const Request& request) {
   const std::string peer = Peer();
   // Out of the member while in use: an exception takes the connection with it.
   std::unique_ptr<Connection> connection = std::move(connection_);
   const bool wasKept = connection != nullptr;
-  if (!wasKept) connection = spec_->Connect();
+  if (!wasKept) connection = Connect();
   Response response;
   Connection::Outcome outcome = connection->Exchange(peer, request, response);
   if (outcome != Connection::Outcome::kAnswered && wasKept) {
-    connection = spec_->Connect();
+    connection = Connect();
     outcome = connection->Exchange(peer, request, response);
   }
   if (outcome != Connection::Outcome::kAnswered) {

@@ -1,7 +1,9 @@
 #include "tunrak/ssl.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tls_faults.h"
 #include "tunrak/exception.h"
 
 namespace Tunrak::Ssl {
@@ -29,6 +31,16 @@ TEST(CreateSSLContext, TakesAKeyStoreAndTheDefaultVersions) {
   EXPECT_NE(CreateSSLContext(EmptyStore(), 0), nullptr);
   EXPECT_THROW(CreateSSLContext(EmptyStore(), 1), Exception);
   EXPECT_THROW(CreateSSLContext(nullptr, 0), Exception);
+}
+
+TEST(CreateSSLContext, ThatTheTlsLibraryRefusesIsAnExceptionOfThisOne) {
+  const Testing::TlsFault fault("SSL_CTX_new");
+  try {
+    (void)CreateSSLContext(EmptyStore(), 0);
+    FAIL();
+  } catch (const Exception& failure) {
+    EXPECT_THAT(failure.what(), testing::StartsWith("Making an SSL context failed: "));
+  }
 }
 
 TEST(InitSSL, CiphersHoldForLaterContexts) {

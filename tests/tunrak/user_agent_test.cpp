@@ -1,11 +1,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <cstdlib>
 #include <functional>
 
 #include "scripted_server.h"
 #include "test_certificate.h"
+#include "tls_faults.h"
 #include "tunrak/exception.h"
 #include "tunrak/http.h"
 #include "tunrak/ssl.h"
@@ -349,6 +351,41 @@ TEST_F(UserAgentTest, UnknownHostIsNamed) {
   way.host = "no-such-host.invalid";
   EXPECT_THAT(FailureOf([&] { MakeAgent(server, way)->Post(MakeRequest()); }),
               AllOf(StartsWith("Connecting to no-such-host.invalid:"), HasSubstr("host")));
+}
+
+/// No descriptor can be opened in this process while the object lives.
+class NoDescriptors {
+ public:
+  NoDescriptors() {
+    getrlimit(RLIMIT_NOFILE, &before_);
+    const rlimit none{0, before_.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &none);
+  }
+  ~NoDescriptors() { setrlimit(RLIMIT_NOFILE, &before_); }
+  NoDescriptors(const NoDescriptors&) = delete;
+  NoDescriptors& operator=(const NoDescriptors&) = delete;
+
+ private:
+  rlimit before_{};
+};
+
+TEST_F(UserAgentTest, ProcessWithoutADescriptorLeftCannotConnect) {
+  ScriptedServer server({kOk});
+  const auto agent = MakeAgent(server);
+  {
+    const NoDescriptors none;
+    EXPECT_EQ(FailureOf([&] { agent->Post(MakeRequest()); }),
+              "Connecting to " + server.Address() + " failed: too many descriptors are open.");
+  }
+  EXPECT_EQ(agent->Post(MakeRequest()).status, 200u);
+}
+
+TEST_F(UserAgentTest, TlsThatCannotBeginIsAFailure) {
+  ScriptedServer server({kOk});
+  const auto agent = MakeAgent(server);
+  const Testing::TlsFault fault("SSL_new");
+  EXPECT_THAT(FailureOf([&] { agent->Post(MakeRequest()); }),
+              StartsWith("Connecting to " + server.Address() + " failed: "));
 }
 
 // The tunnel.
