@@ -15,7 +15,9 @@ ULONG Bind(LDAP* session, const std::wstring& dn, const std::wstring& password) 
   const ULONG result =
       ldap_bind_sW(session, LdapArgument(dn), LdapArgument(password), LDAP_AUTH_SIMPLE);
   // Without a password the bind is an anonymous one, which a server may allow for any name at all.
-  if (result == LDAP_SUCCESS && password.empty()) return LDAP_INVALID_CREDENTIALS;
+  // What the server gets ends at the first NUL, and a client may send a password that begins so.
+  const bool isAnonymous = *password.c_str() == L'\0';
+  if (result == LDAP_SUCCESS && isAnonymous) return LDAP_INVALID_CREDENTIALS;
   return result;
 }
 

@@ -155,6 +155,16 @@ TEST_F(DirectoryServerTest, EmptyPasswordThatTheServerLetsPassIsNotValid) {
       ErrorLine(L"ValidateLocalSSOCredentials: Passed credentials are not valid. Error code: 49"));
 }
 
+TEST_F(DirectoryServerTest, PasswordThatBeginsWithANulIsAnEmptyOne) {
+  const Lab::Slapd server({.allowsUnauthenticatedBinds = true});
+  Place(server, "localhost", 636);
+  const std::wstring password(L"\0x", 2);
+  EXPECT_FALSE(ValidateLocalSSOCredentials(kAdministrator, password, false));
+  EXPECT_EQ(
+      OwnLog().back(),
+      ErrorLine(L"ValidateLocalSSOCredentials: Passed credentials are not valid. Error code: 49"));
+}
+
 TEST_F(DirectoryTest, UnreachableServerIsLoggedAndNothingIsConverted) {
   EXPECT_FALSE(ValidateLocalSSOCredentials(kAdministrator, L"secret", false));
   EXPECT_THAT(
