@@ -41,17 +41,15 @@ void DescribeDeployment(Json::Value& reply) {
 void AsyncServiceImpl::GetSourceDeploymentType(const std::string& operationInput,
                                                const ActivationPointer& /*activation*/,
                                                const NativeCompletion& completion) {
-  RunOperation(
-      L"Halvard::MigratorSvc::AsyncServiceImpl::GetSourceDeploymentType", operationInput,
-      completion, [](OperationCall& call) {
-        call.Announce(1192);
-        if (!call.PassesGuards()) return;
-        AnnounceDeploymentType(call);
-        DescribeDeployment(call.Reply());
-        call.Log().Info(
-            L"Halvard::MigratorSvc::AsyncServiceImpl::GetSourceDeploymentType: Returning deployment type/size: %s",
-            Utf8ToWide(Json::StyledWriter().write(call.Reply())).c_str());
-      });
+  RunOperation(kGetSourceDeploymentType, operationInput, completion, [](OperationCall& call) {
+    call.Announce(1192);
+    if (!call.PassesGuards()) return;
+    AnnounceDeploymentType(call);
+    DescribeDeployment(call.Reply());
+    call.Log().Info(
+        L"Halvard::MigratorSvc::AsyncServiceImpl::GetSourceDeploymentType: Returning deployment type/size: %s",
+        Utf8ToWide(Json::StyledWriter().write(call.Reply())).c_str());
+  });
 }
 
 void AsyncServiceImpl::InvokePreUpgrade(const std::string& operationInput,
