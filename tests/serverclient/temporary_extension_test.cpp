@@ -78,6 +78,32 @@ class TemporaryExtension : public ClientTest {
                                  kPassword, "tum.example");
   }
 
+  /// An operation of the server, and its answer.
+  struct Step {
+    std::wstring operation;
+    std::string answer;
+  };
+
+  /// Puts a fault in the place of each step's answer in turn. Each ends the call in two warnings.
+  void FailEachStep(const std::vector<Step>& steps, bool (*call)(const ScriptedServer&),
+                    const std::wstring& prefix, const std::wstring& failed,
+                    const std::wstring& ending) {
+    std::vector<std::string> answers;
+    for (const Step& step : steps) {
+      SCOPED_TRACE(WideToUtf8(step.operation));
+      machine_.RemoveFile(L"%TEMP%\\halvard.log");
+      answers.push_back(FaultAnswer("SystemError", "Full."));
+      ScriptedServer server(answers);
+      EXPECT_FALSE(call(server));
+      const auto log = OwnLog();
+      ASSERT_GE(log.size(), 2u);
+      EXPECT_EQ(log[log.size() - 2], WarningLine(prefix + step.operation + L" on " + Wide(server) +
+                                                 L" failed: SystemError: Full."));
+      EXPECT_EQ(log.back(), WarningLine(failed + Destination(server) + ending));
+      answers.back() = step.answer;
+    }
+  }
+
   const Testing::LogLine registerKey_ =
       InfoLine(L"RegisterUpdateHVExtension: HV extension key: com.ostrel.halvard.tum.example");
   const Testing::LogLine unregisterKey_ =
@@ -155,27 +181,25 @@ TEST_F(TemporaryExtension, ServerWithoutAnExtensionManagerFailsTheRegistration) 
 }
 
 TEST_F(TemporaryExtension, EachStepThatFailsFailsTheRegistration) {
-  const std::string fault = FaultAnswer("SystemError", "Full.");
-  const std::vector<std::string> kNew{UsualContent(), LoginAnswer(), Response("FindExtension", ""),
-                                      Response("RegisterExtension", ""), LogoutAnswer()};
-  const wchar_t* const kSteps[] = {L"RetrieveContent", L"Login", L"FindExtension",
-                                   L"RegisterExtension", L"Logout"};
-  for (std::size_t step = 0; step < kNew.size(); ++step) {
-    machine_.RemoveFile(L"%TEMP%\\halvard.log");
-    std::vector<std::string> answers(kNew.begin(), kNew.begin() + static_cast<int>(step));
-    answers.push_back(fault);
-    ScriptedServer server(answers);
-    EXPECT_FALSE(Register(server));
-    const auto log = OwnLog();
-    ASSERT_GE(log.size(), 2u);
-    EXPECT_EQ(log[log.size() - 2],
-              WarningLine(L"RegisterUpdateHVExtension: " + std::wstring(kSteps[step]) + L" on " +
-                          Wide(server) + L" failed: SystemError: Full."));
-    EXPECT_EQ(log.back(),
-              WarningLine(L"RegisterUpdateHVExtension: Failed to register/update HV extension with "
-                          L"KV." +
-                          Destination(server) + L"."));
-  }
+  const std::wstring failed =
+      L"RegisterUpdateHVExtension: Failed to register/update HV extension with KV.";
+  FailEachStep({{L"RetrieveContent", UsualContent()},
+                {L"Login", LoginAnswer()},
+                {L"FindExtension", Response("FindExtension", "")},
+                {L"RegisterExtension", Response("RegisterExtension", "")},
+                {L"Logout", LogoutAnswer()}},
+               Register, L"RegisterUpdateHVExtension: ", failed, L".");
+}
+
+TEST_F(TemporaryExtension, EachStepThatFailsFailsTheTakeover) {
+  const std::wstring failed =
+      L"RegisterUpdateHVExtension: Failed to register/update HV extension with KV.";
+  FailEachStep({{L"RetrieveContent", UsualContent()},
+                {L"Login", LoginAnswer()},
+                {L"FindExtension", Found(kOldServer)},
+                {L"UpdateExtension", Response("UpdateExtension", "")},
+                {L"Logout", LogoutAnswer()}},
+               Register, L"RegisterUpdateHVExtension: ", failed, L".");
 }
 
 TEST_F(TemporaryExtension, FoundRecordIsRemoved) {
@@ -223,17 +247,14 @@ TEST_F(TemporaryExtension, ServerWithoutAnExtensionManagerFailsTheRemoval) {
                       Destination(server))));
 }
 
-TEST_F(TemporaryExtension, FailedRemovalIsAFailure) {
-  ScriptedServer server(
-      {UsualContent(), LoginAnswer(), Found(kOldServer), FaultAnswer("NotFound", "Gone.")});
-  EXPECT_FALSE(Unregister(server));
-  const auto log = OwnLog();
-  ASSERT_EQ(log.size(), 4u);
-  EXPECT_EQ(log[2], WarningLine(L"UnregisterHVExtension: UnregisterExtension on " + Wide(server) +
-                                L" failed: NotFound: Gone."));
-  EXPECT_EQ(log[3],
-            WarningLine(L"UnregisterHVExtension: Failed to unregister HV extension from KV." +
-                        Destination(server)));
+TEST_F(TemporaryExtension, EachStepThatFailsFailsTheRemoval) {
+  FailEachStep({{L"RetrieveContent", UsualContent()},
+                {L"Login", LoginAnswer()},
+                {L"FindExtension", Found(kOldServer)},
+                {L"UnregisterExtension", Response("UnregisterExtension", "")},
+                {L"Logout", LogoutAnswer()}},
+               Unregister, L"UnregisterHVExtension: ",
+               L"UnregisterHVExtension: Failed to unregister HV extension from KV.", L"");
 }
 
 }  // namespace
