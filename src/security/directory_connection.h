@@ -17,7 +17,8 @@ inline PWCHAR LdapArgument(const std::wstring& text) { return const_cast<PWCHAR>
 
 /// Connects by LDAP version 3 over TLS. The connection is encrypted, but whoever answers is taken
 /// for the server: any certificate will do. Blocks as long as the system lets a connection take;
-/// what is asked over the connection then waits without limit. \param host  A name or an address.
+/// what is asked over the connection then waits without limit.
+/// \param host  A name or an address.
 /// \return Null after a failure, which is logged.
 Host::UniqueLdapSession ConnectToLdapServer(const std::wstring& host, ULONG port);
 

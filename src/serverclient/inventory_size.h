@@ -11,8 +11,8 @@ struct KelvaneConnection;
 /// Counts the hosts and the virtual machines of the Kelvane Server's inventory. All texts in UTF-8.
 /// \param tunnelPath  Path through the HTTP reverse proxy, or empty for a direct connection.
 /// \param thumbprint  The certificate to expect, or empty for any.
-/// \param hosts,machines  The counts. After a failure what was counted before it, and 0 for the
-/// rest. \return True on success. Failures are logged. Blocks for the network.
+/// \param hosts,machines  The counts; after a failure what was counted before it, else 0.
+/// \return True on success. Failures are logged. Blocks for the network.
 bool GetInventorySize(const std::string& host, std::int32_t port, const std::string& tunnelPath,
                       const std::string& thumbprint, const std::string& user,
                       const std::string& password, std::int32_t& hosts, std::int32_t& machines);

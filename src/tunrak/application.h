@@ -56,8 +56,8 @@ class Application {
 
 /// Makes the process's application. Settings that count: "log/outputToConsole" (default true),
 /// "log/level" ("error", "warning", "info", "verbose"; default "info"), "log/outputToSyslog"
-/// (false: there is no such log). \throws Exception  for a bad setting, or when there is an
-/// application already.
+/// (false: there is no such log).
+/// \throws Exception  for a bad setting, or when there is an application already.
 void InitApp(const Config& config);
 
 /// \throws Exception  before InitApp.

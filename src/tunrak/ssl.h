@@ -24,9 +24,7 @@ int GetVerifySSLCertificates();
 class Context;
 
 /// \param supportedVersions  0 for those that the TLS library offers by itself.
-/// \throws Exception  for any other versions, ciphers that the library doesn't know, or when the
-/// TLS
-///                    library makes no context.
+/// \throws Exception  for other versions, unknown ciphers, or a TLS library out of memory.
 std::shared_ptr<Context> CreateSSLContext(const std::shared_ptr<const Crypto::KeyStore>& keyStore,
                                           int supportedVersions);
 
