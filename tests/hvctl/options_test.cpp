@@ -107,6 +107,46 @@ TEST(ParseOptions, NoCommandTakesAPassword) {
   }
 }
 
+TEST(ParseOptions, MigrationMayTakeEverythingFromItsFile) {
+  const Parsed parsed({"migrate", "--settings", "file"});
+  ASSERT_TRUE(parsed.options) << parsed.err;
+  EXPECT_EQ(parsed.options->command, Options::Command::kMigrate);
+  EXPECT_EQ(parsed.options->migration.file, "file");
+  EXPECT_EQ(parsed.options->agent.host, "");
+  EXPECT_EQ(parsed.options->agent.port, 0);
+  EXPECT_EQ(parsed.options->migration.progress, ProgressForm::kAuto);
+  EXPECT_FALSE(parsed.options->migration.shutDown);
+  EXPECT_FALSE(parsed.options->migration.force);
+  EXPECT_FALSE(parsed.options->migration.again);
+}
+
+TEST(ParseOptions, MigrationTakesEverything) {
+  const Parsed parsed(
+      {"migrate", "--host",           "old",     "--port",       "9124",       "--user",
+       "u",       "--ssh-server",     "s",       "--ssh-folder", "f",          "--ssh-user",
+       "r",       "--ssh-thumbprint", "t",       "--answer",     "a=yes",      "--answer",
+       "b=[1]",   "--options",        "{}",      "--silent",     "--progress", "json",
+       "--again", "--shutdown",       "--force", "--interactive"});
+  ASSERT_TRUE(parsed.options) << parsed.err;
+  const MigrationSettings& settings = parsed.options->migration;
+  EXPECT_EQ(parsed.options->agent.Text(), "old:9124");
+  EXPECT_EQ(settings.given.size(), 8u);
+  EXPECT_EQ(settings.given.at("--ssh-folder"), "f");
+  EXPECT_EQ(settings.answers.at("a"), "yes");
+  EXPECT_EQ(settings.answers.at("b")[0], 1);
+  EXPECT_EQ(settings.progress, ProgressForm::kJson);
+  EXPECT_TRUE(settings.again);
+  EXPECT_TRUE(settings.shutDown);
+  EXPECT_TRUE(settings.force);
+}
+
+TEST(ParseOptions, MigrationsHelpHasItsExitCodesAndAnExample) {
+  const Parsed help({"migrate", "--help"});
+  EXPECT_EQ(help.exitCode, static_cast<int>(ExitCode::kSuccess));
+  EXPECT_NE(help.out.find("  9  the export waits"), std::string::npos);
+  EXPECT_NE(help.out.find("Example:\n  hvctl migrate --host"), std::string::npos);
+}
+
 TEST(ParseOptions, ForgetNamesAnAgent) {
   const Parsed parsed({"forget", "--host", "old", "--port", "9124"});
   ASSERT_TRUE(parsed.options);
@@ -136,6 +176,9 @@ TEST(ParseOptions, WrongCommandLinesEndWithUsage) {
       {"answer", "--host", "h", "--user", "u"},
       {"copy-logs", "--host", "h", "--user", "u", "--interactive"},
       {"export", "--user", "u"},
+      {"migrate", "--answer", "yes"},
+      {"migrate", "--progress", "loud"},
+      {"migrate", "--password", "x"},
   };
   for (const auto& arguments : wrong) {
     const Parsed parsed(arguments);

@@ -120,8 +120,12 @@ Answer ReadAnswer(const std::string& response) {
 
 std::string RefusalOf(const std::string& reply) {
   Json::Value document;
-  if (!ParseJson(reply, document).empty() || !IsFailure(Find(document, {"result"}))) return {};
-  const std::string error = TextOf(Find(document, {"error"}));
+  return ParseJson(reply, document).empty() ? RefusalIn(document) : std::string();
+}
+
+std::string RefusalIn(const Json::Value& reply) {
+  if (!IsFailure(Find(reply, {"result"}))) return {};
+  const std::string error = TextOf(Find(reply, {"error"}));
   return error.empty() ? "The agent gave no reason." : error;
 }
 

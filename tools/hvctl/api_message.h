@@ -30,6 +30,9 @@ Answer ReadAnswer(const std::string& response);
 /// operation fails with; empty for every other reply.
 std::string RefusalOf(const std::string& reply);
 
+/// The same of a document that has been read.
+std::string RefusalIn(const Json::Value& reply);
+
 /// \return \p value as compact text, UTF-8.
 std::string WriteJson(const Json::Value& value);
 

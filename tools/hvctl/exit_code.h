@@ -10,6 +10,11 @@ enum class ExitCode {
   kNoConnection = 3,  ///< No connection, a cut one, or a time-out.
   kNotTrusted = 4,    ///< The certificate isn't the expected one, or nobody confirmed it.
   kApiError = 5,      ///< The agent answered with an API error, or with what isn't an answer.
+  // Of a migration:
+  kPrechecksFailed = 6,  ///< The prechecks found errors.
+  kExportFailed = 7,     ///< The export ended with an error, or says nothing.
+  kCopyFailed = 8,       ///< The export or the logs didn't arrive.
+  kUnanswered = 9,       ///< The export waits for an answer that nobody has given.
 };
 
 }  // namespace Hvctl

@@ -58,6 +58,8 @@ class Table {
     if (!resolution.empty()) AddText(rows_, {}, "Resolution: " + resolution);
   }
 
+  int Errors() const { return errors_; }
+
   std::string Text() const { return rows_.empty() ? "No findings.\n" : Lines() + Sum(); }
 
  private:
@@ -92,18 +94,23 @@ class Table {
   int warnings_ = 0;
 };
 
-}  // namespace
-
-std::string FindingsTable(const Json::Value& components) {
+/// The findings of all components, as far as the document has the expected form.
+Table TableOf(const Json::Value& components) {
   Table table;
-  if (!components.isArray()) return table.Text();
+  if (!components.isArray()) return table;
   for (const Json::Value& component : components) {
     const Json::Value* findings = Find(component, {"requirements", "requirementMismatchSpecs"});
     if (findings == nullptr || !findings->isArray()) continue;
     const std::string name = TextOf(Find(component, {"name"}));
     for (const Json::Value& finding : *findings) table.Add(name, finding);
   }
-  return table.Text();
+  return table;
 }
+
+}  // namespace
+
+std::string FindingsTable(const Json::Value& components) { return TableOf(components).Text(); }
+
+int ErrorsAmong(const Json::Value& components) { return TableOf(components).Errors(); }
 
 }  // namespace Hvctl

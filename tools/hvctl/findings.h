@@ -13,4 +13,7 @@ namespace Hvctl {
 ///         with a line end.
 std::string FindingsTable(const Json::Value& components);
 
+/// \return How many of the findings stop a migration.
+int ErrorsAmong(const Json::Value& components);
+
 }  // namespace Hvctl

@@ -18,6 +18,9 @@ std::filesystem::path KnownAgentsFile();
 /// True when a person sits at standard input and standard error.
 bool IsInteractive();
 
+/// True when standard output is a terminal.
+bool ShowsAtTerminal();
+
 /// The value of an environment variable as UTF-8; nothing when it isn't set.
 std::optional<std::string> EnvironmentVariable(const char* name);
 

@@ -21,6 +21,8 @@ std::filesystem::path KnownAgentsFile() {
 
 bool IsInteractive() { return isatty(STDIN_FILENO) == 1 && isatty(STDERR_FILENO) == 1; }
 
+bool ShowsAtTerminal() { return isatty(STDOUT_FILENO) == 1; }
+
 std::optional<std::string> EnvironmentVariable(const char* name) {
   const char* value = std::getenv(name);
   return value == nullptr ? std::nullopt : std::optional<std::string>(value);

@@ -41,6 +41,8 @@ std::filesystem::path KnownAgentsFile() {
 
 bool IsInteractive() { return _isatty(_fileno(stdin)) != 0 && _isatty(_fileno(stderr)) != 0; }
 
+bool ShowsAtTerminal() { return _isatty(_fileno(stdout)) != 0; }
+
 std::optional<std::string> EnvironmentVariable(const char* name) {
   const std::string narrow(name);
   const wchar_t* value = _wgetenv(std::wstring(narrow.begin(), narrow.end()).c_str());

@@ -7,6 +7,7 @@
 #include "frame_reader.h"
 #include "host.h"
 #include "known_agents.h"
+#include "migrate_command.h"
 #include "operation_input.h"
 #include "options.h"
 #include "reply_view.h"
@@ -111,8 +112,10 @@ ExitCode Forget(const Options& options) {
 
 ExitCode Run(const Options& options) {
   try {
+    if (options.command == Options::Command::kMigrate) return Migrate(options);
     return options.command == Options::Command::kForget ? Forget(options) : Call(options);
   } catch (const Failure& failure) {
+    std::cout << std::flush;
     std::cerr << "hvctl: " << failure.what() << '\n';
     return failure.Code();
   }

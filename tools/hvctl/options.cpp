@@ -6,12 +6,11 @@
 #include <CLI/CLI.hpp>
 
 #include "exit_code.h"
+#include "migration_options.h"
 #include "thumbprint.h"
 
 namespace Hvctl {
 namespace {
-
-constexpr std::uint16_t kDefaultPort = 9123;
 
 constexpr const char* kFooter = R"(Exit codes:
   0  the agent answered, and its reply doesn't say "fail"
@@ -21,7 +20,10 @@ constexpr const char* kFooter = R"(Exit codes:
   4  the certificate isn't the expected one, or nobody confirmed it
   5  the agent answered with an API error, or with what isn't an answer
 
+`hvctl migrate` has some more, see its help.
+
 Examples:
+  hvctl migrate --settings migration.json
   hvctl deployment-type --host old.example --user administrator@ostrel.local
   hvctl export-status --host 192.0.2.20 --port 9124 --user admin@corp.example --password-file pw
   hvctl call poll_export_status @input.json --host old.example --thumbprint 9A:...
@@ -54,14 +56,11 @@ struct Parsed {
   long answer = 0;
 };
 
-void AddCallOptions(CLI::App& command, Parsed& parsed) {
-  Options& options = parsed.options;
-  AddAgentOptions(command, options);
+void AddConnectionOptions(CLI::App& command, Parsed& parsed) {
+  const Options& options = parsed.options;
   command
       .add_option("--thumbprint", parsed.thumbprint, "Expected SHA-1 thumbprint of the certificate")
       ->transform(CLI::Validator([](std::string& text) { return CheckThumbprint(text); }, ""));
-  command.add_flag("--framed", options.framed, "Show progress reports as they come");
-  command.add_flag("--raw", options.raw, "Print the answer's body as it came");
   command.add_option("--connect-timeout", parsed.connect, "Seconds for connecting, and for TLS")
       ->default_val(options.limits.connect.count())
       ->check(CLI::Range(1L, 86400L));
@@ -70,6 +69,13 @@ void AddCallOptions(CLI::App& command, Parsed& parsed) {
                   "Seconds that the agent may be silent; 0: as long as the operation takes")
       ->default_val(options.limits.answer.count())
       ->check(CLI::Range(0L, 86400L));
+}
+
+void AddCallOptions(CLI::App& command, Parsed& parsed) {
+  AddAgentOptions(command, parsed.options);
+  AddConnectionOptions(command, parsed);
+  command.add_flag("--framed", parsed.options.framed, "Show progress reports as they come");
+  command.add_flag("--raw", parsed.options.raw, "Print the answer's body as it came");
 }
 
 void AddCall(CLI::App& app, Parsed& parsed) {
@@ -84,31 +90,14 @@ void AddCall(CLI::App& app, Parsed& parsed) {
   call.callback([&parsed] { parsed.options.command = Options::Command::kCall; });
 }
 
-void AddParameter(CLI::App& command, const Parameter& parameter, Options& options) {
-  std::string help = parameter.help;
-  if (parameter.kind == Parameter::Kind::kSecret) {
-    help += std::string(" [or the variable ") + parameter.variable + ", or the terminal]";
-  }
-  const auto keep = [&options, &parameter](const std::string& text) {
-    options.given[parameter.option] = text;
-  };
-  if (parameter.kind == Parameter::Kind::kFlag) {
-    command.add_flag_callback(
-        parameter.option, [keep] { keep({}); }, help);
-    return;
-  }
-  command.add_option_function<std::string>(parameter.option, keep, help)
-      ->required(parameter.required);
-}
-
 void AddOperation(CLI::App& app, const OperationCommand& operation, Parsed& parsed) {
   CLI::App& command = *app.add_subcommand(operation.name, operation.help);
   command.footer(std::string("Example:\n  hvctl ") + operation.name + " " + operation.example);
   for (const Parameter& parameter : CommonParameters()) {
-    AddParameter(command, parameter, parsed.options);
+    AddParameter(command, parameter, parameter.required, parsed.options.given);
   }
   for (const Parameter& parameter : operation.parameters) {
-    AddParameter(command, parameter, parsed.options);
+    AddParameter(command, parameter, parameter.required, parsed.options.given);
   }
   AddCallOptions(command, parsed);
   command.add_flag("--json", parsed.options.json, "Print the reply's document as it stands");
@@ -116,6 +105,23 @@ void AddOperation(CLI::App& app, const OperationCommand& operation, Parsed& pars
     parsed.options.command = Options::Command::kOperation;
     parsed.options.operation = operation.operation;
     parsed.options.operationCommand = &operation;
+  });
+}
+
+void AddMigrate(CLI::App& app, Parsed& parsed) {
+  Options& options = parsed.options;
+  CLI::App& command = *app.add_subcommand("migrate", "Carry out a whole migration");
+  command.add_option("--host", options.agent.host, "Name or address of the old machine");
+  command
+      .add_option("--port", options.agent.port,
+                  "Port of the agent; " + std::to_string(kDefaultPort))
+      ->check(CLI::Range(1, 65535));
+  AddConnectionOptions(command, parsed);
+  AddMigrationOptions(command, options.migration);
+  command.callback([&options, &command] {
+    options.command = Options::Command::kMigrate;
+    // The other commands' default is in it.
+    if (command.count("--port") == 0) options.agent.port = 0;
   });
 }
 
@@ -132,6 +138,7 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& arguments, i
   CLI::App app("Client of the migration agent's API", "hvctl");
   app.footer(kFooter);
   app.require_subcommand(1);
+  AddMigrate(app, parsed);
   for (const OperationCommand& operation : OperationCommands()) {
     AddOperation(app, operation, parsed);
   }

@@ -1,18 +1,22 @@
 // The command line of hvctl.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "agent_connection.h"
+#include "migration_settings.h"
 #include "operation_commands.h"
 #include "operation_input.h"
 
 namespace Hvctl {
 
+inline constexpr std::uint16_t kDefaultPort = 9123;
+
 struct Options {
-  enum class Command { kNone, kCall, kOperation, kForget };
+  enum class Command { kNone, kCall, kOperation, kMigrate, kForget };
   Command command = Command::kNone;
 
   Endpoint agent;
@@ -24,6 +28,9 @@ struct Options {
 
   const OperationCommand* operationCommand = nullptr;  ///< Of kOperation; never null there.
   GivenOptions given;                                  ///< What it was given.
+
+  MigrationSettings migration;  ///< Of kMigrate. Host and port may come from its file: they are
+                                ///< empty and 0 then, as is the thumbprint.
 
   bool json =
       false;  ///< Of kOperation: show the reply's document whatever a person sees otherwise.
