@@ -1,0 +1,78 @@
+"""The installer of the new appliance: hvctl, which drives the agent from its side."""
+
+import threading
+
+from processes import Run
+from world import ADMINISTRATOR, APPLIANCE, QUESTION
+
+WATCH_SECONDS = 5
+
+
+class CopyWatch:
+    """Tells every few seconds how far a zip file and its copy are, as long as they grow. Nothing
+    else does: the agent answers when all is done."""
+
+    def __init__(self, world):
+        self._world = world
+        self._end = threading.Event()
+        self._thread = threading.Thread(target=self._watch)
+
+    def __enter__(self):
+        self._thread.start()
+
+    def __exit__(self, *_exception):
+        self._end.set()
+        self._thread.join()
+
+    def _watch(self):
+        told = None
+        while not self._end.wait(WATCH_SECONDS):
+            sizes = (size_of(self._world.machine.export_zip),
+                     size_of(self._world.arrived('export.zip')))
+            if sizes != told and any(sizes):
+                told = sizes
+                self._world.narrator.line(f'        export.zip: {in_mebibytes(sizes[0])} made, '
+                                          f'{in_mebibytes(sizes[1])} arrived')
+
+
+def size_of(path):
+    try:
+        return path.stat().st_size
+    except OSError:
+        return 0
+
+
+def in_mebibytes(count):
+    return f'{count / (1 << 20):.1f} MiB'
+
+
+def environment_of(world, ssh_password):
+    return {'HVCTL_PASSWORD': world.password, 'HVCTL_SSH_PASSWORD': ssh_password,
+            'HVCTL_KNOWN_AGENTS': str(world.scratch / 'known_agents'), 'LANG': 'C.UTF-8'}
+
+
+def ask(world, status, command, *arguments):
+    """One command of the client. Returns its exit code and output."""
+    run = Run([str(world.programs / 'hvctl'), command, '--host', '127.0.0.1', '--port',
+               status['port'], '--thumbprint', status['thumbprint'], '--user', ADMINISTRATOR,
+               '--locale', world.settings.locale, *arguments],
+              environment_of(world, world.ssh_password), world.narrator, '  hvctl | ')
+    return run.wait(), run.output
+
+
+def migrate(world, status, thumbprint=None, ssh_password=None):
+    """A whole migration. Returns the client's exit code and output."""
+    facts = world.appliance.facts
+    run = Run([str(world.programs / 'hvctl'), 'migrate', '--host', '127.0.0.1', '--port',
+               status['port'], '--thumbprint', status['thumbprint'], '--user', ADMINISTRATOR,
+               '--locale', world.settings.locale, '--ssh-server', APPLIANCE, '--ssh-folder',
+               facts['folder'], '--ssh-user', facts['user'], '--ssh-thumbprint',
+               thumbprint or facts['thumbprints']['rsa'], '--answer', f'{QUESTION["id"]}=yes',
+               '--arrived-at', facts['root'] + facts['folder'], '--shutdown'],
+              environment_of(world, ssh_password or world.ssh_password), world.narrator,
+              '  hvctl | ')
+    try:
+        with CopyWatch(world):
+            return run.wait(), run.output
+    finally:
+        run.kill()

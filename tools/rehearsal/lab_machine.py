@@ -1,0 +1,123 @@
+"""A started machine of the lab, as its folder shows it."""
+
+import contextlib
+import json
+import os
+import signal
+import subprocess
+from pathlib import Path
+
+from narrator import StepFailed
+
+TEMP = 'Users/Administrator/AppData/Local/Temp'
+AGENT_FOLDER = 'Users/Administrator/AppData/Local/Ostrel/Halvard'
+
+
+def merge(target, patch):
+    """RFC 7396: objects member by member, None removes, all else replaces."""
+    if not isinstance(patch, dict):
+        return patch
+    merged = dict(target) if isinstance(target, dict) else {}
+    for name, value in patch.items():
+        if value is None:
+            merged.pop(name, None)
+        else:
+            merged[name] = merge(merged.get(name), value)
+    return merged
+
+
+class LabMachine:
+    def __init__(self, programs, name, folder):
+        self.folder = Path(folder)
+        self.name = name
+        self._tool = programs / 'lab-machine'
+        started = subprocess.run([self._tool, 'start', name, folder], capture_output=True,
+                                 text=True, check=False)
+        if started.returncode != 0:
+            raise StepFailed(started.stderr.strip())
+
+    def description(self):
+        return json.loads((self.folder / 'machine.json').read_text(encoding='utf-8'))
+
+    def describe(self, patch):
+        """Lays a merge patch over the description."""
+        document = merge(self.description(), patch)
+        (self.folder / 'machine.json').write_text(
+            json.dumps(document, ensure_ascii=False, indent=1), encoding='utf-8')
+
+    def validate(self):
+        told = subprocess.run([self._tool, 'validate', self.folder], capture_output=True,
+                              text=True, check=False)
+        if told.returncode != 0:
+            raise StepFailed(told.stdout.strip())
+
+    def add_to_registry(self, key, name, text):
+        with open(self.folder / 'registry.reg', 'a', encoding='utf-8') as file:
+            file.write(f'\n[{key}]\n"{name}"="{text}"\n')
+
+    @property
+    def drive(self):
+        return self.folder / 'drive_c'
+
+    @property
+    def temp_folder(self):
+        return self.drive / TEMP
+
+    @property
+    def export_folder(self):
+        return self.drive / AGENT_FOLDER / 'export'
+
+    @property
+    def export_zip(self):
+        return self.drive / AGENT_FOLDER / 'export.zip'
+
+    @property
+    def extraction_folder(self):
+        return self.drive / AGENT_FOLDER / 'PythonURExtractDir'
+
+    def find(self, name):
+        """The one file of this name below the temp folder; None without it."""
+        return next(self.temp_folder.rglob(name), None)
+
+    def status(self):
+        """The status file's document; None without one, or while it is written."""
+        file = self.find('hv-status.json')
+        try:
+            return json.loads(file.read_text(encoding='utf-8')) if file else None
+        except (OSError, ValueError):
+            return None
+
+    def log(self):
+        file = self.find('halvard.log')
+        return file.read_text(encoding='utf-8', errors='replace') if file else ''
+
+    def shutdown(self):
+        """How the machine was told to shut down; None if it wasn't."""
+        file = self.folder / 'shutdown.json'
+        return json.loads(file.read_text(encoding='utf-8')) if file.exists() else None
+
+    def services(self):
+        """The states of the services by their names."""
+        told = subprocess.run([self._tool, 'services', self.folder], capture_output=True,
+                              text=True, check=True)
+        return dict(line.split()[:2] for line in told.stdout.splitlines() if line.strip())
+
+    def processes(self):
+        """The processes that run on the machine: their names by their ids."""
+        mark = f'HALVARD_LAB={self.folder}'.encode()
+        found = {}
+        for folder in Path('/proc').iterdir():
+            if not folder.name.isdigit():
+                continue
+            try:
+                if mark in (folder / 'environ').read_bytes().split(b'\0'):
+                    name = (folder / 'comm').read_text(encoding='utf-8').strip()
+                    found[int(folder.name)] = name
+            except OSError:
+                continue
+        return found
+
+    def end_processes(self):
+        for number in self.processes():
+            with contextlib.suppress(ProcessLookupError):
+                os.kill(number, signal.SIGKILL)

@@ -1,0 +1,202 @@
+"""Programs that a rehearsal runs: servers of the lab, the agent, the client."""
+
+import json
+import os
+import signal
+import socket
+import subprocess
+import threading
+import time
+
+from narrator import StepFailed
+
+PATIENCE_SECONDS = 120
+CLOSE_SECONDS = 5
+
+
+class StandIn:
+    """A server of the lab, which prints one line of JSON on its start and ends with its input."""
+
+    def __init__(self, program, arguments):
+        self._process = subprocess.Popen(
+            [str(program), *arguments, '--until-input-ends'], stdin=subprocess.PIPE,
+            stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, start_new_session=True)
+        line = self._process.stdout.readline()
+        if not line:
+            raise StepFailed(self._process.stderr.read().strip() or f'{program} has ended')
+        self.facts = json.loads(line)
+
+    def end(self):
+        self._process.stdin.close()
+        try:
+            self._process.wait(PATIENCE_SECONDS)
+        except subprocess.TimeoutExpired:
+            self._process.kill()
+            self._process.wait()
+        self._process.stdout.close()
+        self._process.stderr.close()
+
+
+class Run:
+    """A program whose output is shown line by line while it runs, and kept."""
+
+    def __init__(self, command, environment, narrator, prefix):
+        self._narrator = narrator
+        self._prefix = prefix
+        self._lines = []
+        # Keys at the terminal are for the rehearsal; it ends its programs itself.
+        self._process = subprocess.Popen(
+            command, env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+            stderr=subprocess.STDOUT, text=True, encoding='utf-8', errors='replace',
+            start_new_session=True)
+        self._reader = threading.Thread(target=self._read)
+        self._reader.start()
+
+    @property
+    def pid(self):
+        return self._process.pid
+
+    @property
+    def output(self):
+        return ''.join(self._lines)
+
+    def has_ended(self):
+        return self._process.poll() is not None
+
+    def signal(self, number):
+        if not self.has_ended():
+            self._process.send_signal(number)
+
+    def wait(self, seconds=None):
+        """The exit code, once all output is shown. Raises StepFailed after the seconds."""
+        try:
+            self._process.wait(seconds)
+        except subprocess.TimeoutExpired as late:
+            raise StepFailed(f'{self._process.args[0]} runs on after {seconds} s') from late
+        self._reader.join()
+        return self._process.returncode
+
+    def kill(self):
+        if not self.has_ended():
+            self._process.kill()
+        self._process.wait()
+        self._reader.join()
+
+    def _read(self):
+        for line in self._process.stdout:
+            self._lines.append(line)
+            self._narrator.line(self._prefix + line.rstrip('\n'))
+        self._process.stdout.close()
+
+
+class TerminalRun:
+    """A program at the rehearsal's own terminal, for a person to talk to."""
+
+    output = None  # nobody but the person sees it
+
+    def __init__(self, command, environment):
+        self._process = subprocess.Popen(command, env=environment)
+
+    @property
+    def pid(self):
+        return self._process.pid
+
+    def has_ended(self):
+        return self._process.poll() is not None
+
+    def signal(self, number):
+        if not self.has_ended():
+            self._process.send_signal(number)
+
+    def wait(self, seconds=None):
+        try:
+            return self._process.wait(seconds)
+        except subprocess.TimeoutExpired as late:
+            raise StepFailed(f'{self._process.args[0]} runs on after {seconds} s') from late
+
+    def kill(self):
+        if not self.has_ended():
+            self._process.kill()
+        self._process.wait()
+
+
+def bound_port(port):
+    """The port, or for 0 any, if it can be had in both families. OSError if not."""
+    family, address = ((socket.AF_INET6, '::') if socket.has_dualstack_ipv6()
+                       else (socket.AF_INET, ''))
+    with socket.socket(family) as probe:
+        probe.bind((address, port))
+        return probe.getsockname()[1]
+
+
+def taken_ports(first):
+    """The ports from this one on that somebody has, up to the first that nobody has. The agent's own
+    look at the system finds listeners of IPv4 alone."""
+    taken = []
+    while True:
+        try:
+            bound_port(first + len(taken))
+            return taken
+        except OSError:
+            taken.append(first + len(taken))
+
+
+class Agent:
+    """The agent on a machine of the lab: with its passwords on the command line and on a port of the
+    system's choice, or at the terminal, where it asks for the one and looks for the other itself."""
+
+    def __init__(self, world, password=None, at_terminal=False):
+        command = [str(world.programs / 'halvard')]
+        if not at_terminal:
+            command += ['--admin_password', password or world.password,
+                        '--hv_port', str(bound_port(0))]
+        environment = {'HALVARD_LAB': str(world.machine.folder)}
+        self._machine = world.machine
+        self._at_terminal = at_terminal
+        self._run = (TerminalRun(command, {**os.environ, **environment}) if at_terminal
+                     else Run(command, environment, world.narrator, '  agent | '))
+
+    @property
+    def pid(self):
+        return self._run.pid
+
+    @property
+    def console(self):
+        """What it has shown; None at a terminal."""
+        return self._run.output
+
+    def wait_until_it_serves(self):
+        """Its status file. Raises StepFailed when the agent ends before it serves."""
+        deadline = time.monotonic() + PATIENCE_SECONDS
+        while True:
+            status = self._machine.status()
+            if status and status['initialization'] == 'success':
+                return status
+            if self._run.has_ended():
+                raise StepFailed(f'the agent has ended with exit code {self._run.wait()}')
+            # A person may take any time over the prompts.
+            if not self._at_terminal and time.monotonic() > deadline:
+                raise StepFailed('the agent doesn\'t serve')
+            time.sleep(0.05)
+
+    def wait(self, seconds=PATIENCE_SECONDS):
+        return self._run.wait(seconds)
+
+    def end(self):
+        """Ctrl+C of its operator. Returns the exit code."""
+        self._run.signal(signal.SIGINT)
+        return self.wait()
+
+    def has_ended(self):
+        return self._run.has_ended()
+
+    def kill(self):
+        self._run.kill()
+
+    def close(self):
+        """Ends an agent that still runs, whatever state it is in."""
+        self._run.signal(signal.SIGINT)
+        try:
+            self._run.wait(CLOSE_SECONDS)
+        except StepFailed:
+            self._run.kill()

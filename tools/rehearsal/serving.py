@@ -1,0 +1,55 @@
+"""An agent and all around it, for clients of other kinds, until somebody ends it."""
+
+import json
+import signal
+import sys
+import time
+
+import whole_migration
+from narrator import StepFailed
+from processes import Agent
+from world import ADMINISTRATOR, APPLIANCE
+
+
+def run(world, interactive):
+    whole_migration.start_surroundings(world)
+    narrator = world.narrator
+    narrator.step('Starting the agent')
+    if interactive:
+        narrator.line(f'The password of {ADMINISTRATOR} is {world.password}')
+    agent = Agent(world, at_terminal=interactive)
+    try:
+        with narrator.timed('start the agent'):
+            status = agent.wait_until_it_serves()
+        announce(world, status, agent)
+        narrator.step('Serving until Ctrl+C')
+        with narrator.timed('serve'):
+            wait_for_the_end(agent)
+        with narrator.timed('end the agent'):
+            code = agent.end()
+            if code != 0:
+                raise StepFailed(f'the agent has ended with exit code {code}')
+    finally:
+        agent.close()
+
+
+def announce(world, status, agent):
+    """One line on standard output, which has nothing else on it."""
+    facts = world.appliance.facts
+    sys.stdout.write(json.dumps({
+        'host': '127.0.0.1', 'port': int(status['port']), 'thumbprint': status['thumbprint'],
+        'user': ADMINISTRATOR, 'password': world.password, 'instance': str(world.machine.folder),
+        'pid': agent.pid,
+        'ssh': {'server': APPLIANCE, 'folder': facts['folder'], 'user': facts['user'],
+                'password': world.ssh_password, 'thumbprint': facts['thumbprints']['rsa'],
+                'root': facts['root']}}) + '\n')
+    sys.stdout.flush()
+
+
+def wait_for_the_end(agent):
+    """Until Ctrl+C, SIGTERM, or the agent's own end, which a client may bring about."""
+    asked = []
+    for number in (signal.SIGINT, signal.SIGTERM):
+        signal.signal(number, lambda *_: asked.append(True))
+    while not asked and not agent.has_ended():
+        time.sleep(0.1)
