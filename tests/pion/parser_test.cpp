@@ -103,6 +103,15 @@ TEST(Parser, DecodesChunksAndTakesTrailersAsHeaders) {
   EXPECT_EQ(out.rest, "rest");
 }
 
+TEST(Parser, TakesNoWordOnTheConnectionFromATrailer) {
+  const auto out = parse(
+      "POST / HTTP/1.1\r\nTransfer-Encoding: chunked\r\nConnection: close\r\n\r\n"
+      "0\r\nCONNECTION: keep-alive\r\nX-Trailer: t\r\n\r\n");
+  ASSERT_TRUE(finished(out));
+  EXPECT_EQ(out.message.get_header("Connection"), "close");
+  EXPECT_EQ(out.message.get_header("X-Trailer"), "t");
+}
+
 TEST(Parser, GivesTheSameWhereverTheBytesAreCut) {
   constexpr std::string_view whole =
       "POST /api?q=1 HTTP/1.1\r\nHost: x\r\nAccept: a, b\r\nContent-Length: 11\r\n\r\nhello world";

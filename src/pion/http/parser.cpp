@@ -104,9 +104,11 @@ class parser::core final : public beast::http::basic_parser<true> {
   void on_response_impl(int, beast::string_view, int, error_code&) override {}
 
   // Called for headers and for the trailer of a chunked content, which becomes headers too.
-  void on_field_impl(field, beast::string_view name, beast::string_view value,
+  void on_field_impl(field known, beast::string_view name, beast::string_view value,
                      error_code& error) override {
     if (into_ == nullptr) return;
+    // A trailer comes too late to say what becomes of the connection.
+    if (is_header_done() && known == field::connection) return;
     if (name.size() > HEADER_NAME_MAX) error = make_parser_error(ERROR_HEADER_NAME_SIZE);
     if (value.size() > HEADER_VALUE_MAX) error = make_parser_error(ERROR_HEADER_VALUE_SIZE);
     if (!error) into_->add_header(view(name), view(value));

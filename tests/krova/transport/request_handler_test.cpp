@@ -229,6 +229,18 @@ TEST_F(RequestHandler, EndsTheConnectionWhateverTheClientAsksFor) {
   }
 }
 
+TEST_F(RequestHandler, EndsTheConnectionWhateverATrailerSays) {
+  char size[20];
+  std::snprintf(size, sizeof(size), "%zx", sizeof(kRequest) - 1);
+  const auto request = [&](const std::string& headers) {
+    return "POST /api HTTP/1.1\r\n" + std::string(kJson) + headers +
+           "Transfer-Encoding: chunked\r\n\r\n" + size + "\r\n" + kRequest +
+           "\r\n0\r\nConnection: keep-alive\r\n\r\n";
+  };
+  EXPECT_EQ(Exchange(request("")), Plain(kDone));
+  EXPECT_EQ(Exchange(request(kAcceptFrames)), kFramedHead + Chunk(kDone) + "0\r\n\r\n");
+}
+
 TEST_F(RequestHandler, SilentClientsGetNothing) {
   // The content's reader has its own time, so this is about the headers alone.
   server_->set_read_timeout(std::chrono::milliseconds(50));
