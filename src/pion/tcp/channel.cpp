@@ -271,12 +271,14 @@ void channel::close_gracefully(bool inputPending) {
     // A peer that takes nothing at this moment goes without the goodbye.
     (void)session_->flush();
   }
-  if (writing_ || !inputPending) {
+  error_code error;
+  // Bytes that nobody expected may have arrived meanwhile.
+  const bool unread = inputPending || socket_.available(error) > 0;
+  if (writing_ || !unread) {
     // The system delivers what it has taken and then ends the sending side by itself.
     close_socket();
     return;
   }
-  error_code error;
   socket_.shutdown(asio::ip::tcp::socket::shutdown_send, error);
   if (error) {
     close_socket();

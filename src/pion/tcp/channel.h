@@ -72,9 +72,9 @@ class channel : public std::enable_shared_from_this<channel> {
   void attach(std::shared_ptr<void> token) { token_ = std::move(token); }
 
   /// Says goodbye, ends the sending side and closes.
-  /// \param inputPending  The peer may still be sending. Its bytes are then read away for a while
-  ///        first, since closing over unread input makes the system reset the connection, and the
-  ///        reset can overtake the answer.
+  /// \param inputPending  The peer may still be sending. Its bytes, and those that have arrived
+  ///        unasked, are then read away for a while first, since closing over unread input makes
+  ///        the system reset the connection, and the reset can overtake the answer.
   void close_gracefully(bool inputPending);
 
  private:

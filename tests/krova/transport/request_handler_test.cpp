@@ -222,6 +222,22 @@ TEST_F(RequestHandler, PipelinedRequestAfterTheFirstIsIgnored) {
   EXPECT_EQ(Exchange(MakeRequest(kJson) + MakeRequest(kJson)), Plain(kDone));
 }
 
+TEST_F(RequestHandler, RequestThatArrivesMeanwhileDoesNotDestroyTheAnswer) {
+  Call seen;
+  pion_test::gate called;
+  provider_->play = [&](const Call& call) {
+    seen = call;
+    called.open();
+  };
+  test_client client(start());
+  client.send(MakeRequest(kJson));
+  ASSERT_TRUE(called.wait());
+  client.send(MakeRequest(kJson));
+  seen.Finish("done");
+  EXPECT_EQ(client.read_all(), Plain(kDone));
+  EXPECT_EQ(client.end(), boost::asio::error::eof);
+}
+
 TEST_F(RequestHandler, EndsTheConnectionWhateverTheClientAsksFor) {
   for (const char* connection : {"", "Connection: keep-alive\r\n", "Connection: Close\r\n",
                                  "Connection: close\r\n", "Connection: close, TE\r\n"}) {
