@@ -55,6 +55,7 @@ std::string AlternativeNames(const std::vector<std::wstring>& ipAddresses,
 void AddAlternativeNames(X509* certificate, const std::string& names) {
   if (names.empty()) return;
   LogScope log;
+  ERR_clear_error();  // What an earlier connection has left would be told as the reason.
   const UniqueOpenSsl<X509_EXTENSION> extension(
       X509V3_EXT_conf_nid(nullptr, nullptr, NID_subject_alt_name, names.c_str()));
   if (!extension) {
@@ -70,11 +71,13 @@ void AddAlternativeNames(X509* certificate, const std::string& names) {
 /// Writes key and certificate to the open \p file. \return The thumbprint, empty on failure.
 std::wstring WritePem(std::FILE* file, EVP_PKEY* key, X509* certificate) {
   LogScope log;
-  if (PEM_write_PrivateKey(file, key, nullptr, nullptr, 0, nullptr, nullptr) == 0) {
+  // Both fit into the stream's buffer, so only the flush meets a full disk.
+  if (PEM_write_PrivateKey(file, key, nullptr, nullptr, 0, nullptr, nullptr) == 0 ||
+      std::fflush(file) != 0) {
     log.Error(L"GenerateSSLCertificate: Failed to write generated private key to file.");
     return {};
   }
-  if (PEM_write_X509(file, certificate) == 0) {
+  if (PEM_write_X509(file, certificate) == 0 || std::fflush(file) != 0) {
     log.Error(L"GenerateSSLCertificate: Failed to write generated certificate to file.");
     return {};
   }

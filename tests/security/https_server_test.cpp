@@ -9,6 +9,7 @@
 #include <boost/asio/ssl/context.hpp>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "core/framework_logging.h"
 #include "core/logging.h"
@@ -27,6 +28,7 @@ namespace {
 namespace asio = boost::asio;
 namespace ip = boost::asio::ip;
 using ::testing::Contains;
+using ::testing::ElementsAre;
 using Testing::ErrorLine;
 using ::testing::HasSubstr;
 using Testing::InfoLine;
@@ -88,6 +90,15 @@ class HttpsServerTest : public ::testing::Test {
     SSL_CTX_set_security_level(tls.native_handle(), 0);
     prepare(tls.native_handle());
     return !pion_test::test_client(port_, &tls).handshake_failed();
+  }
+
+  /// The lines of the set-up itself.
+  static std::vector<Testing::LogLine> OwnLines() {
+    std::vector<Testing::LogLine> lines = OwnLog();
+    std::erase_if(lines, [](const Testing::LogLine& line) {
+      return !line.message.starts_with(L"SetupAndStartHttpsServer: ");
+    });
+    return lines;
   }
 
   /// Names of links in the root of the machine's drive.
@@ -193,6 +204,13 @@ TEST_F(HttpsServerTest, TakenPortIsThrownToTheCaller) {
 TEST_F(HttpsServerTest, MissingCertificateIsThrownToTheCaller) {
   EXPECT_THROW(SetupAndStartHttpsServer(scheduler_, port_), boost::system::system_error);
   EXPECT_TRUE(Connect(ip::address_v4::loopback(), port_));
+  EXPECT_THAT(OwnLines(), ElementsAre(InfoLine(L"SetupAndStartHttpsServer: Setting up Halvard to "
+                                               L"listen on IPv4 network.")));
+}
+
+TEST_F(HttpsServerTest, ServesAllRequestsOnOneThread) {
+  ASSERT_TRUE(Start());
+  EXPECT_EQ(scheduler_.get_num_threads(), 1u);
 }
 
 TEST_F(HttpsServerTest, TakesTls12AndTls13) {
@@ -250,8 +268,14 @@ TEST_F(HttpsServerTest, OffersOneCurveAlone) {
 TEST_F(HttpsServerTest, GoesOnWithoutTheCurve) {
   const Testing::OpenSslFault fault("EC_KEY_new_by_curve_name");
   ASSERT_TRUE(Start());
-  EXPECT_THAT(OwnLog(), Contains(InfoLine(L"SetupAndStartHttpsServer: EC_KEY_new_by_curve_name "
-                                          L"with NID_X9_62_prime256v1 failed.")));
+  EXPECT_THAT(
+      OwnLines(),
+      ElementsAre(InfoLine(L"SetupAndStartHttpsServer: Setting up Halvard to listen on IPv4 "
+                           L"network."),
+                  InfoLine(L"SetupAndStartHttpsServer: HV certificates are successfully "
+                           L"set for HTTPs server."),
+                  InfoLine(L"SetupAndStartHttpsServer: EC_KEY_new_by_curve_name with "
+                           L"NID_X9_62_prime256v1 failed.")));
 }
 
 }  // namespace
