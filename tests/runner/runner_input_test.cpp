@@ -2,11 +2,14 @@
 
 #include <json/json.h>
 
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
 #include "core/logging.h"
 #include "core/property_defaults.h"
+#include "core/text.h"
 #include "files/rights.h"
 #include "host/unique_resource.h"
 #include "runner_test.h"
@@ -142,6 +145,32 @@ INSTANTIATE_TEST_SUITE_P(Types, MigrationType, testing::ValuesIn(kTypes), [](con
   const std::wstring type = row.param.type;
   return std::string(type.begin(), type.end());
 });
+
+class WholeInput : public RunnerInput,
+                   public testing::WithParamInterface<std::tuple<std::string, RunnerPhase>> {};
+
+TEST_P(WholeInput, IsThatOfTypeAndPhaseToTheByte) {
+  gProperties[L"KV_URL"] = L"//kelvane.example:8443";
+  gProperties[L"KELVD_SA_USER"] = L".\\svc";
+  gProperties[L"KELVD_SA_PASSWORD"] = L"p\u00e4ss \u8a66";
+  gProperties[L"INFRA_NODE_ADDRESS"] = L"node.example";
+  const auto& [type, phase] = GetParam();
+  gProperties[L"MIGRATION_TYPE"] = Utf8ToWide(type);
+  EXPECT_EQ(CreateUpgradeRunnerInputFile(kDirectory, phase), kPath);
+  const bool isExport = phase == RunnerPhaseExport;
+  std::ifstream expected(RUNNER_INPUT_FILES "/" + type +
+                         (isExport ? "-export.json" : "-requirements.json"));
+  EXPECT_EQ(machine_.ReadFile(kPath), std::string(std::istreambuf_iterator<char>(expected), {}));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    TypesAndPhases, WholeInput,
+    testing::Combine(testing::Values("embedded", "management", "infrastructure", "tum"),
+                     testing::Values(RunnerPhaseRequirements, RunnerPhaseExport)),
+    [](const auto& row) {
+      const bool isExport = std::get<1>(row.param) == RunnerPhaseExport;
+      return std::get<0>(row.param) + (isExport ? "Export" : "Requirements");
+    });
 
 TEST_F(RunnerInput, HoldsWhatThePropertiesHold) {
   gProperties[L"KV_URL"] = L"//kelvane.example:8443";

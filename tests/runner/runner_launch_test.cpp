@@ -183,6 +183,18 @@ TEST_F(RunnerLaunch, NeedsItsInputFile) {
   EXPECT_EQ(Lab::TheMachine().Faults().Calls("CreateProcessW"), 0u);
 }
 
+TEST_F(RunnerLaunch, StartsNothingWhereTheTempDirectoryCannotBeWritten) {
+  machine_.PlanFault({.function = "CreateFileW", .match = L"UpgradeRunnerInput", .error = 5});
+  EXPECT_EQ(LaunchUpgradeRunnerCommon(RunnerPhaseRequirements), 1603);
+  EXPECT_THAT(LogWithoutIds(),
+              testing::IsSupersetOf(
+                  {ErrorLine(L"CreateUpgradeRunnerInputFile: Failed to save json to " + input_ +
+                             L" file. Error: 5"),
+                   ErrorLine(L"LaunchUpgradeRunnerCommon: Failed to create input file for upgrade "
+                             L"runner")}));
+  EXPECT_EQ(Lab::TheMachine().Faults().Calls("CreateProcessW"), 0u);
+}
+
 TEST_F(RunnerLaunch, LeavesNothingOfAnInputFileThatCouldNotBeFinished) {
   machine_.PlanFault({.function = "WriteFile", .error = 112});
   EXPECT_EQ(LaunchUpgradeRunnerCommon(RunnerPhaseRequirements), 1603);

@@ -70,6 +70,17 @@ TEST_F(ServiceAccountAtStart, PasswordMustBeGivenWithTheOther) {
   ExpectNoSecret(run);
 }
 
+TEST_F(ServiceAccountAtStart, SizeOfItsConfigurationIsToldToWhomDebugs) {
+  const auto size = testing::AllOf(
+      testing::Field(&Testing::LogLine::level, 'D'),
+      testing::Field(&Testing::LogLine::message,
+                     testing::StartsWith(L"QueryServiceConfigW: Buffer size required to retrieve "
+                                         L"service account info is ")));
+  EXPECT_THAT(Run().log, Not(Contains(size)));
+  machine_.SetVariable(L"KVS_HV_DEBUG", L"1");
+  EXPECT_THAT(Run().log, Contains(size));
+}
+
 TEST_F(ServiceAccountAtStart, WrongPasswordOnTheCommandLineEndsTheRun) {
   const AgentRun run = Run({L"-a", L"wr0ng"});
   EXPECT_EQ(run.exitCode, kFailureCode);
