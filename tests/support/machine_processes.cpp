@@ -1,23 +1,47 @@
 #include "support/machine_processes.h"
 
+#include <signal.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cctype>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <stdexcept>
 #include <string>
+#include <thread>
 
 namespace Lab {
 namespace {
 
 namespace fs = std::filesystem;
 
+std::string BytesOf(const fs::path& file) {
+  std::ifstream in(file, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
 bool HasVariable(const fs::path& process, const std::string& variable) {
-  std::ifstream file(process / "environ", std::ios::binary);
-  const std::string all{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-  return (std::string(1, '\0') + all).find('\0' + variable + '\0') != std::string::npos;
+  return (std::string(1, '\0') + BytesOf(process / "environ")).find('\0' + variable + '\0') !=
+         std::string::npos;
+}
+
+bool IsRunner(pid_t process) {
+  const std::string line = BytesOf(fs::path("/proc") / std::to_string(process) / "cmdline");
+  return line.find("UpgradeRunner.py") != std::string::npos;
+}
+
+/// Looks again and again until there is an answer; throws after a minute.
+template <typename Look>
+auto Await(const Look& look, const char* complaint) {
+  const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+  while (std::chrono::steady_clock::now() < end) {
+    if (const auto found = look()) return found;
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+  }
+  throw std::runtime_error(complaint);
 }
 
 }  // namespace
@@ -32,6 +56,29 @@ std::vector<pid_t> ProcessesOf(const Instance& machine) {
     if (process != getpid() && HasVariable(entry.path(), variable)) found.push_back(process);
   }
   return found;
+}
+
+pid_t AwaitRunner(const Instance& machine) {
+  const auto look = [&] {
+    const std::vector<pid_t> processes = ProcessesOf(machine);
+    const auto runner = std::ranges::find_if(processes, IsRunner);
+    return runner == processes.end() ? pid_t{0} : *runner;
+  };
+  return Await(look, "No upgrade runner has started.");
+}
+
+void AwaitNoProcessOf(const Instance& machine) {
+  const auto look = [&] { return ProcessesOf(machine).empty(); };
+  (void)Await(look, "A process of the machine doesn't end.");
+}
+
+void EndProcessesOf(const Instance& machine) {
+  const auto end = [&] {
+    const std::vector<pid_t> processes = ProcessesOf(machine);
+    for (const pid_t process : processes) kill(process, SIGKILL);
+    return processes.empty();
+  };
+  (void)Await(end, "A process of the machine doesn't end.");
 }
 
 }  // namespace Lab

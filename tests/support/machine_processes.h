@@ -14,4 +14,15 @@ namespace Lab {
 ///         isn't one of them.
 std::vector<pid_t> ProcessesOf(const Instance& machine);
 
+/// Waits until an upgrade runner runs on the machine; throws after a minute.
+/// \return Its id.
+pid_t AwaitRunner(const Instance& machine);
+
+/// Waits until no process of the machine is left; throws after a minute. What has been ended is
+/// gone a moment later.
+void AwaitNoProcessOf(const Instance& machine);
+
+/// Ends all processes of the machine, and waits until they are gone.
+void EndProcessesOf(const Instance& machine);
+
 }  // namespace Lab
