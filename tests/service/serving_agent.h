@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <csignal>
+#include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -32,10 +33,13 @@ inline std::wstring FreePort() {
 class ServingAgent {
  public:
   /// \param upgradeRunner  What the machine's runner plays; null: nothing that is worth telling.
+  /// \param prepare        What else the machine has to be before the agent starts.
   explicit ServingAgent(const std::string& machine = "embedded-5.5",
-                        const Json::Value& upgradeRunner = {})
+                        const Json::Value& upgradeRunner = {},
+                        const std::function<void(Lab::Instance&)>& prepare = {})
       : machine_(machine) {
     if (!upgradeRunner.isNull()) machine_.Set("/upgradeRunner", upgradeRunner);
+    if (prepare) prepare(machine_);
     machine_.MakeFolder(L"%LOCALAPPDATA%\\Ostrel\\Halvard");
     machine_.SetVariable(Testing::kAddressVariable, L"192.0.2.10");
     machine_.SetVariable(Testing::kInventoryVariable, L"100 1000");
@@ -81,6 +85,9 @@ class ServingAgent {
   }
 
   void WaitForLog(const Testing::LogLine& line) const { agent_->WaitForLog(line); }
+
+  /// The agent has read its part of the description when it started; its runner reads it anew.
+  Lab::Instance& Machine() { return machine_; }
 
   Testing::AgentRun Stop() {
     agent_->Signal(SIGINT);
