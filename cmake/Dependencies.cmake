@@ -50,6 +50,17 @@ find_package(Threads REQUIRED)
 find_package(Boost 1.81 REQUIRED
              COMPONENTS program_options log iostreams date_time thread filesystem)
 find_package(OpenSSL 3.0 REQUIRED)
+if(NOT WIN32)
+  # What of Asio and Beast isn't a template is compiled once, not with each source that includes them.
+  # The Windows linker wouldn't bear it beside the copy in the static Boost.Log.
+  add_library(halvard_asio STATIC ${CMAKE_SOURCE_DIR}/cmake/asio.cpp)
+  set(separate BOOST_ASIO_SEPARATE_COMPILATION BOOST_BEAST_SEPARATE_COMPILATION)
+  target_compile_definitions(halvard_asio PRIVATE ${separate})
+  target_include_directories(halvard_asio SYSTEM PRIVATE ${Boost_INCLUDE_DIRS})
+  target_link_libraries(halvard_asio PUBLIC OpenSSL::SSL Threads::Threads PRIVATE halvard_warnings)
+  target_compile_definitions(Boost::headers INTERFACE ${separate})
+  target_link_libraries(Boost::headers INTERFACE halvard_asio)
+endif()
 if(WIN32)
   # A static libcrypto leaves the system libraries under it to whoever links it. Asio, which never
   # comes without OpenSSL here, wants the two of the sockets as well.
