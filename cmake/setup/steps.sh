@@ -6,6 +6,9 @@ jobs=${HALVARD_JOBS:-$(nproc)}
 export NINJA_STATUS='[%f/%t, %e s] '
 # Objects are found again in any checkout, wherever it is.
 export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
+# What the compiler says of its includes tells the cache enough: no run of the preprocessor before
+# each of the compiler. Precompiled headers are found by what is in them.
+export CCACHE_DEPEND=1 CCACHE_SLOPPINESS=pch_defines,time_macros
 
 # Tells what is being done.
 Step() { printf '\n== %s\n' "$*"; }

@@ -1,0 +1,1 @@
+// Holds nothing: targets exist for the headers that they precompile.

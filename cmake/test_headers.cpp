@@ -1,1 +1,0 @@
-// Holds nothing: the target exists for the headers that it precompiles.
