@@ -40,6 +40,7 @@ function(halvard_add_test name)
   if(TEST_LOCK)
     set(properties PROPERTIES RESOURCE_LOCK ${TEST_LOCK})
   endif()
+  # Values in names would be printed by their bytes, other ones in each run.
   gtest_discover_tests(${name} ${properties} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120
-                       TEST_PREFIX ${name}.)
+                       TEST_PREFIX ${name}. NO_PRETTY_VALUES)
 endfunction()
