@@ -118,7 +118,8 @@ def main():
     if options.list_faults:
         print(faults.listing())
         return 0
-    signal.signal(signal.SIGTERM, signal.default_int_handler)
+    for number in (signal.SIGTERM, signal.SIGHUP):
+        signal.signal(number, signal.default_int_handler)
     # Standard output of a serving rehearsal is for the clients.
     narrator = Narrator(sys.stderr if options.serve else sys.stdout)
     try:

@@ -72,13 +72,14 @@ def run_failing_migration(world, fault):
         with narrator.timed('start the agent'):
             status = agent.wait_until_it_serves()
         narrator.step(f'Migrating, which has to fail: {fault.summary}')
-        code, output = installer.migrate(world, status, fault.thumbprint, fault.ssh_password)
+        code, output = installer.migrate(world, status, fault.thumbprint, fault.ssh_password,
+                                         fault.answers)
         narrator.check('end of the client', client_tells, world, fault, code, output)
         narrator.check('log', log_tells, world, fault)
         narrator.check('services', checks.services_are, world, fault.services)
         narrator.check('end of the old machine', checks.machine_stays_up, world)
-        if fault.mended:
-            finish(world, status, agent, output)
+        if fault.goes_on:
+            finish(world, fault, status, agent, output)
             return
         if not fault.agent_ends:
             narrator.check('status file', checks.status_of_a_good_start, world, status)
@@ -103,15 +104,15 @@ def log_tells(world, fault):
     return f'"{fault.log}"' if fault.log else 'nothing in particular'
 
 
-def finish(world, status, agent, first_output):
+def finish(world, fault, status, agent, first_output):
     """The same migration again, with what was wrong before put right."""
     narrator = world.narrator
-    narrator.step('Migrating once more; it goes on behind the export')
+    narrator.step('Migrating once more; it goes on where it was')
     with narrator.timed('migrate once more'):
         code, output = installer.migrate(world, status)
         if code != 0:
             raise StepFailed(f'hvctl migrate has ended with exit code {code}')
-        if 'The export has been made already' not in output:
+        if fault.goes_on not in output:
             raise StepFailed('the export was made anew')
     narrator.check('end of the agent', checks.agent_ended, agent, 0)
     whole_migration.check_outcome(world, status, agent.console, first_output, output)

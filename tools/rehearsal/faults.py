@@ -3,6 +3,8 @@
 from dataclasses import dataclass
 from typing import Callable, Optional
 
+from world import QUESTION
+
 ALL = ('embedded', 'management', 'infrastructure')
 WITH_SERVER = ('embedded', 'management')
 ERROR, RESOLUTION = 1133, 1054
@@ -33,9 +35,10 @@ class LateFault:
     types: tuple = ALL
     thumbprint: Optional[str] = None         # in place of the appliance's
     ssh_password: Optional[str] = None
+    answers: bool = True                     # whether the installer has the answer to the question
     agent_ends: bool = False                 # by itself
     services: str = 'stopped'                # what the product's services are afterwards
-    mended: bool = False                     # the same command with what is right goes on
+    goes_on: str = ''                        # what the same command says when it is put right
     log: str = ''                            # a piece of a line of the agent's log
 
 
@@ -111,6 +114,7 @@ def address_of(world):
 
 
 FINDING = {'text': 'The server is too old.', 'resolution': 'Update it.'}
+BEHIND_THE_EXPORT = 'The export has been made already.'
 NO_CONTROLLER = 'Failed to retrieve the version info from remote Belvar Controller.'
 
 FAULTS = [
@@ -150,6 +154,9 @@ FAULTS = [
               always('The export has failed.\nResolution: Look into the log of the upgrade runner.'),
               prepare=set_patch(upgradeRunner={'export': {'status': 'error'}}),
               services='running'),
+    LateFault('no-answer', 'nobody answers the export\'s question', 9,
+              always(f'The export waits for an answer: {QUESTION["text"]}'), answers=False,
+              services='running', goes_on='Export, which runs already'),
     LateFault('failed-zip', 'the system can\'t make zip files', 8,
               lambda world: world.messages.text(1073),
               prepare=fault_of('IShellDispatch_NameSpace', 1, match='export.zip')),
@@ -159,9 +166,9 @@ FAULTS = [
               log='ScpFile: Failed to connect to remote host'),
     LateFault('wrong-thumbprint', 'the appliance has another key than the installer says', 8,
               lambda world: world.messages.text(1074), thumbprint=':'.join(['00'] * 20),
-              mended=True, log='did not match the expected fingerprint'),
+              goes_on=BEHIND_THE_EXPORT, log='did not match the expected fingerprint'),
     LateFault('wrong-ssh-password', 'the appliance doesn\'t take the password', 8,
-              lambda world: world.messages.text(1074), ssh_password='wrong', mended=True,
+              lambda world: world.messages.text(1074), ssh_password='wrong', goes_on=BEHIND_THE_EXPORT,
               log='ScpFile: Failed to authenticate against remote host'),
     LateFault('full-appliance', 'the appliance has no room for the export', 8,
               # The protocol lets the agent believe that all went well.

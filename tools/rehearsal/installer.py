@@ -60,14 +60,15 @@ def ask(world, status, command, *arguments):
     return run.wait(), run.output
 
 
-def migrate(world, status, thumbprint=None, ssh_password=None):
+def migrate(world, status, thumbprint=None, ssh_password=None, answers=True):
     """A whole migration. Returns the client's exit code and output."""
     facts = world.appliance.facts
+    answer = ['--answer', f'{QUESTION["id"]}=yes'] if answers else []
     run = Run([str(world.programs / 'hvctl'), 'migrate', '--host', '127.0.0.1', '--port',
                status['port'], '--thumbprint', status['thumbprint'], '--user', ADMINISTRATOR,
                '--locale', world.settings.locale, '--ssh-server', APPLIANCE, '--ssh-folder',
                facts['folder'], '--ssh-user', facts['user'], '--ssh-thumbprint',
-               thumbprint or facts['thumbprints']['rsa'], '--answer', f'{QUESTION["id"]}=yes',
+               thumbprint or facts['thumbprints']['rsa'], *answer,
                '--arrived-at', facts['root'] + facts['folder'], '--shutdown'],
               environment_of(world, ssh_password or world.ssh_password), world.narrator,
               '  hvctl | ')
