@@ -4,6 +4,8 @@
 
 #include "process_test.h"
 #include "scripted_checks.h"
+#include "standins/dnsmasq/dnsmasq.h"
+#include "support/private_network.h"
 
 namespace Halvard {
 namespace {
@@ -95,6 +97,7 @@ TEST_F(NetworkOfARun, ThreeWrongAnswersAreAFailure) {
   EXPECT_EQ(run.exitCode, kFailureCode);
   EXPECT_THAT(WithoutLogNotice(run.console), HasSubstr(wrong_ + English(1126)));
   EXPECT_THAT(run.console, Not(HasSubstr(English(1021))));
+  EXPECT_EQ(StatusOf(machine_)["error"].asString(), WideToUtf8(English(1211, {L"2"})));
 }
 
 TEST_F(NetworkOfARun, DialogueSpeaksTheLanguageOfTheMachine) {
@@ -124,6 +127,29 @@ TEST_F(NetworkOfARun, OptionChoosesTheAdapter) {
                                          L"will be migrated.")));
 }
 
+TEST_F(NetworkOfARun, MayBeThatOfTheHost) {
+  if (!Lab::Dnsmasq::Installed()) GTEST_SKIP() << "Debian's package dnsmasq-base isn't installed";
+  machine_.Set("/adapters", "host");
+  machine_.Set("/dns", "host");
+  machine_.Remove("/hosts");
+  AgentRun run;
+  const std::string obstacle = Lab::RunInPrivateNetwork([&] {
+    Lab::Dnsmasq::Settings names;
+    names.port = 53;
+    names.hosts = {{"kv.example", "192.0.2.10"}, {"kv.example", "198.51.100.20"}};
+    const Lab::Dnsmasq server(names);
+    AgentProcess agent(machine_, {L"-p", kAcceptedPassword, L"-i", L"198.51.100.20"},
+                       AgentProcess::Input::kPipe, Testing::ScriptedAgentProgram());
+    agent.WaitFor(English(1021));
+    agent.Signal(SIGINT);
+    run = agent.Wait();
+  });
+  if (!obstacle.empty()) GTEST_SKIP() << obstacle;
+  EXPECT_EQ(run.exitCode, 0);
+  EXPECT_THAT(run.log, Contains(InfoLine(L"CollectNetworkToMigrate: Network of [198.51.100.20] "
+                                         L"will be migrated.")));
+}
+
 TEST_F(NetworkOfARun, OptionThatIsNoneOfTheAddressesIsAFailure) {
   const AgentRun run = RunWith({L"--hv_ip", L"203.0.113.1"});
   EXPECT_EQ(run.exitCode, kFailureCode);
@@ -138,6 +164,17 @@ TEST_F(NetworkOfARun, MissingOptionIsAFailureInTheLanguageOfTheMachine) {
   EXPECT_EQ(run.exitCode, kFailureCode);
   EXPECT_THAT(WithoutLogNotice(run.console, 1041), EndsWith(Message(1041, 1214) + L"\n"));
   EXPECT_THAT(run.log, Contains(ErrorLine(L"CollectNetworkToMigrate: " + English(1214))));
+}
+
+TEST_F(NetworkOfARun, RefusedOptionIsAFailureInTheLanguageOfTheMachine) {
+  machine_.Set("/computer/uiLanguage", 1036);
+  const AgentRun run = RunWith({L"-i", L"192.0.2.010"});
+  EXPECT_EQ(run.exitCode, kFailureCode);
+  const std::vector<std::wstring> addresses{L"192.0.2.10, 198.51.100.20"};
+  EXPECT_THAT(WithoutLogNotice(run.console, 1036),
+              EndsWith(Message(1036, 1210, addresses) + L"\n"));
+  EXPECT_THAT(run.log, Contains(InfoLine(L"CollectNetworkToMigrate: " + English(1210, addresses))));
+  EXPECT_EQ(StatusOf(machine_)["error"].asString(), WideToUtf8(English(1210, addresses)));
 }
 
 TEST_F(NetworkOfARun, NameOfAnotherMachineIsAFailure) {
