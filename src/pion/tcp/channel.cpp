@@ -104,22 +104,25 @@ void channel::start(duration limit, attempt_function next, io_handler handler) {
     return;
   }
   start_deadline(limit);
-  wait_for(result.state, [self = shared_from_this(), next = std::move(next),
+  wait_for(result.state, [self = shared_from_this(), limit, next = std::move(next),
                           handler = std::move(handler)](const error_code& error) mutable {
-    self->resume(std::move(next), std::move(handler), error);
+    self->resume(limit, std::move(next), std::move(handler), error);
   });
 }
 
-void channel::resume(attempt_function next, io_handler handler, const error_code& error) {
+void channel::resume(duration limit, attempt_function next, io_handler handler,
+                     const error_code& error) {
   attempt result;
   {
     const std::lock_guard lock(mutex_);
     result = error ? failure(error) : next(*this);
     const bool waits = result.state != progress::done && result.state != progress::failed;
     if (waits && !deadline_passed_) {
-      wait_for(result.state, [self = shared_from_this(), next = std::move(next),
+      // Anew, since the time may have been spent on a thread that was busy with another request.
+      start_deadline(limit);
+      wait_for(result.state, [self = shared_from_this(), limit, next = std::move(next),
                               handler = std::move(handler)](const error_code& code) mutable {
-        self->resume(std::move(next), std::move(handler), code);
+        self->resume(limit, std::move(next), std::move(handler), code);
       });
       return;
     }

@@ -49,11 +49,11 @@ class channel : public std::enable_shared_from_this<channel> {
   /// True until the socket is closed on this side; says nothing about the peer.
   bool is_open() const noexcept { return open_; }
 
-  /// Ends with operation_aborted if the time is over before the handshake is.
+  /// \param limit  How long each wait for the peer may last, as in read_some().
   void handshake(duration limit, io_handler handler);
 
-  /// Reads some bytes. \param limit  How long the read may wait; zero means for ever. The end of
-  /// the time shows as operation_aborted.
+  /// Reads some bytes. \param limit  How long each wait for the peer may last; zero means for ever.
+  /// The end of the time shows as operation_aborted.
   void read_some(boost::asio::mutable_buffer target, duration limit, io_handler handler);
 
   /// Writes all of \p buffers, whose bytes have to stay until the handler is called. Headers and
@@ -82,7 +82,8 @@ class channel : public std::enable_shared_from_this<channel> {
   struct outgoing;
 
   void start(duration limit, attempt_function next, io_handler handler);
-  void resume(attempt_function next, io_handler handler, const boost::system::error_code& error);
+  void resume(duration limit, attempt_function next, io_handler handler,
+              const boost::system::error_code& error);
   template <typename Handler>
   void wait_for(progress direction, Handler handler);
 

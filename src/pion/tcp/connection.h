@@ -42,7 +42,7 @@ class connection : public std::enable_shared_from_this<connection> {
   };
 
   static constexpr std::size_t READ_BUFFER_SIZE = 8192;
-  /// How long a handshake may take.
+  /// How long each step of a handshake may wait for the peer.
   static constexpr std::chrono::seconds HANDSHAKE_TIMEOUT{10};
 
   using read_buffer_type = std::array<char, READ_BUFFER_SIZE>;
