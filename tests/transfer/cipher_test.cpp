@@ -1,4 +1,4 @@
-// What goes through each cipher, and how it's handed to OpenSSL.
+// What goes through each cipher, how it's handed to OpenSSL, and what stays of it.
 #include "secure_copy_fixture.h"
 #include "ssh_calls.h"
 
@@ -26,6 +26,14 @@ TEST_P(Ciphers, CarryTheContentUnchanged) {
   EXPECT_TRUE(Copy());
   EXPECT_EQ(Arrived(), content_);
   EXPECT_THAT(server_->Log(), HasSubstr("client->server cipher: " + cipher));
+}
+
+TEST_P(Ciphers, LeaveNoMemoryBehind) {
+  const std::string cipher = GetParam().cipher, code = GetParam().code;
+  StartServer({.hostKeys = {"ed25519"}, .options = {"Ciphers " + cipher, "MACs " + code}});
+  const SshCalls calls;
+  ASSERT_TRUE(Copy());
+  EXPECT_EQ(calls.HeldPieces(), 0);
 }
 
 constexpr CipherCase kCiphers[] = {

@@ -4,6 +4,7 @@
 #include <openssl/evp.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <type_traits>
 #include <utility>
 
@@ -17,6 +18,7 @@ struct State {
   std::string watched;
   std::function<void()> action;
   std::size_t longestPiece = 0;
+  std::ptrdiff_t heldPieces = 0;
 };
 
 State* gState = nullptr;
@@ -41,6 +43,31 @@ Result Pass(const char* function, Result (*real)(Parameters...), Arguments... ar
   }
 }
 
+// The memory of a session, counted.
+LIBSSH2_ALLOC_FUNC(Allocate) {
+  (void)abstract;
+  ++gState->heldPieces;
+  return std::malloc(count);
+}
+LIBSSH2_FREE_FUNC(Release) {
+  (void)abstract;
+  if (ptr != nullptr) --gState->heldPieces;
+  std::free(ptr);
+}
+LIBSSH2_REALLOC_FUNC(Reallocate) {
+  (void)abstract;
+  if (ptr == nullptr) ++gState->heldPieces;
+  return std::realloc(ptr, count);
+}
+
+LIBSSH2_SESSION* BeginCounted(LIBSSH2_SESSION* (*real)(LIBSSH2_ALLOC_FUNC((*)),
+                                                       LIBSSH2_FREE_FUNC((*)),
+                                                       LIBSSH2_REALLOC_FUNC((*)), void*),
+                              void* abstract) {
+  if (gState == nullptr) return real(nullptr, nullptr, nullptr, abstract);
+  return Pass("libssh2_session_init_ex", real, Allocate, Release, Reallocate, abstract);
+}
+
 }  // namespace
 
 SshCalls::SshCalls() { gState = new State; }
@@ -58,9 +85,11 @@ void SshCalls::Before(const std::string& function, std::function<void()> action)
 
 std::vector<std::string> SshCalls::Functions() const { return gState->functions; }
 std::size_t SshCalls::LongestCipherPiece() const { return gState->longestPiece; }
+std::ptrdiff_t SshCalls::HeldPieces() const { return gState->heldPieces; }
 
 }  // namespace Halvard::Testing
 
+using Halvard::Testing::BeginCounted;
 using Halvard::Testing::gState;
 using Halvard::Testing::Pass;
 
@@ -74,11 +103,17 @@ extern "C" {
 
 PASS_ON(libssh2_init, int, (int flags), ("libssh2_init", __real_libssh2_init, flags))
 PASS_ON(libssh2_exit, void, (), ("libssh2_exit", __real_libssh2_exit))
-PASS_ON(libssh2_session_init_ex, LIBSSH2_SESSION*,
-        (LIBSSH2_ALLOC_FUNC((*allocate)), LIBSSH2_FREE_FUNC((*release)),
-         LIBSSH2_REALLOC_FUNC((*reallocate)), void* abstract),
-        ("libssh2_session_init_ex", __real_libssh2_session_init_ex, allocate, release, reallocate,
-         abstract))
+LIBSSH2_SESSION* __real_libssh2_session_init_ex(LIBSSH2_ALLOC_FUNC((*allocate)),
+                                                LIBSSH2_FREE_FUNC((*release)),
+                                                LIBSSH2_REALLOC_FUNC((*reallocate)),
+                                                void* abstract);
+// The agent leaves the memory of a session to the library.
+LIBSSH2_SESSION* __wrap_libssh2_session_init_ex(LIBSSH2_ALLOC_FUNC((*)), LIBSSH2_FREE_FUNC((*)),
+                                                LIBSSH2_REALLOC_FUNC((*)), void* abstract);
+LIBSSH2_SESSION* __wrap_libssh2_session_init_ex(LIBSSH2_ALLOC_FUNC((*)), LIBSSH2_FREE_FUNC((*)),
+                                                LIBSSH2_REALLOC_FUNC((*)), void* abstract) {
+  return BeginCounted(__real_libssh2_session_init_ex, abstract);
+}
 PASS_ON(libssh2_session_handshake, int, (LIBSSH2_SESSION * session, libssh2_socket_t socket),
         ("libssh2_session_handshake", __real_libssh2_session_handshake, session, socket))
 PASS_ON(libssh2_hostkey_hash, const char*, (LIBSSH2_SESSION * session, int type),

@@ -26,6 +26,8 @@ class SshCalls {
   std::vector<std::string> Functions() const;
   /// \return Bytes of the longest piece that was handed to a cipher at once.
   std::size_t LongestCipherPiece() const;
+  /// \return Pieces of memory that the sessions begun so far still hold.
+  std::ptrdiff_t HeldPieces() const;
 };
 
 }  // namespace Halvard::Testing
