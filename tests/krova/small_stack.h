@@ -10,9 +10,8 @@
 
 namespace Krova::Testing {
 
-/// Depth of the trees for such tests. Frames of 16 bytes, the smallest there are, would need six times
-/// the stack.
-inline constexpr int kDeep = 100'000;
+/// Depth of the trees for such tests. A frame of no more than a pointer each would need 8 MiB.
+inline constexpr int kDeep = 1'000'000;
 
 /// Calls \p work on a thread of its own with a stack of 256 KiB and waits for its end.
 inline void RunOnSmallStack(std::function<void()> work) {

@@ -1,4 +1,4 @@
-// Trees of a hundred thousand levels on a stack on which any recursion over them would crash.
+// Trees of a million levels on a stack on which any recursion over them would crash.
 #include <gtest/gtest.h>
 
 #include <string>
