@@ -66,6 +66,23 @@ TEST_F(NoConsole, HandlersCanBeAddedAndRemoved) {
   EXPECT_EQ(LastError(), 87u);
 }
 
+TEST(GetStdHandle, AnswersTheSameHandleEachTime) {
+  for (const DWORD stream : {STD_INPUT_HANDLE, STD_OUTPUT_HANDLE, STD_ERROR_HANDLE}) {
+    EXPECT_NE(GetStdHandle(stream), INVALID_HANDLE_VALUE);
+    EXPECT_EQ(GetStdHandle(stream), GetStdHandle(stream));
+  }
+  EXPECT_NE(GetStdHandle(STD_OUTPUT_HANDLE), GetStdHandle(STD_INPUT_HANDLE));
+}
+
+TEST(GetStdHandle, NoOtherStreamHasOne) {
+  SpoilLastError();
+  EXPECT_EQ(GetStdHandle(17), INVALID_HANDLE_VALUE);
+  EXPECT_EQ(LastError(), 6u);
+}
+
+// Whether there is a window depends on how the test was started.
+TEST(GetConsoleWindow, StaysTheSame) { EXPECT_EQ(GetConsoleWindow(), GetConsoleWindow()); }
+
 TEST(SetMode, BadDescriptorsAndModes) {
   errno = 0;
   EXPECT_EQ(_setmode(97, 0x40000), -1);

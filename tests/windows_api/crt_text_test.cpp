@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <cwctype>
+#include <memory>
 #include <string>
 
 #include "host/windows_api.h"
@@ -30,6 +32,14 @@ TEST(CopyText, NoRoomLeavesTheTargetAlone) {
   wchar_t target[5] = L"####";
   EXPECT_EQ(wcscpy_s(target, 0, L"a"), EINVAL);
   EXPECT_STREQ(target, L"####");
+}
+
+TEST(DuplicateText, IsACopyForFree) {
+  const wchar_t source[] = L"\u6771\u4eac";
+  const std::unique_ptr<wchar_t, decltype(&std::free)> copy(_wcsdup(source), &std::free);
+  ASSERT_NE(copy, nullptr);
+  EXPECT_NE(copy.get(), source);
+  EXPECT_STREQ(copy.get(), source);
 }
 
 struct NumberCase {

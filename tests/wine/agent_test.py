@@ -14,7 +14,8 @@ import unittest
 from pathlib import Path
 
 import wine_machine
-from wine_machine import AGENT, CLIENT, SCRIPTED_AGENT, WHOLE_AGENT, Machine
+from wine_machine import (AGENT, CLIENT, CONSOLE_PROBE, SCRIPTED_AGENT, WHOLE_AGENT, Machine,
+                          language)
 
 SKIPPED = 77  # what CTest takes for a test that chose not to run
 FAILURE = 255  # -1, of which a host process keeps the lower byte
@@ -26,14 +27,15 @@ ACCEPTED_PASSWORD = 'right \u00e4\u6771\u4eac'  # by the checks of the scripted 
 PROMPT = 'Enter Administrator@ostrel.local password: '
 
 
-def read_messages() -> dict:
-    script = Path(os.environ['HALVARD_MESSAGES']).read_text(encoding='utf-8')
+def read_messages(language: str) -> dict:
+    folder = Path(os.environ['HALVARD_MESSAGES'])
+    script = (folder / f'messages_{language}.rc').read_text(encoding='utf-8')
     escapes = {r'\n': '\n', r'\\': '\\', '""': '"'}
     return {int(number): re.sub(r'\\n|\\\\|""', lambda match: escapes[match.group()], text)
             for number, text in re.findall(r'^\s*(\d+) "(.*)"$', script, re.MULTILINE)}
 
 
-MESSAGES = read_messages()
+MESSAGES = read_messages('en')
 
 
 def english(number: int, *arguments: str) -> str:
@@ -173,6 +175,42 @@ class Discovery(WineTest):
         self.assertEqual(self.run_agent(), self.NOTHING_FOUND)
 
 
+class RedirectedOutput(WineTest):
+    """What a file gets that the console's text is sent to."""
+
+    LANGUAGES = {'de': 'de_DE', 'en': 'en_US', 'es': 'es_ES', 'fr': 'fr_FR', 'ja': 'ja_JP', 'ko': 'ko_KR',
+                 'zh_CN': 'zh_CN', 'zh_TW': 'zh_TW'}
+
+    def assert_lines_end_as_in_windows(self, output: bytes) -> None:
+        self.assertEqual(output.count(b'\r\n'), output.count(b'\n'))
+        self.assertEqual(output.count(b'\r\n'), output.count(b'\r'))
+
+    def test_is_utf8_in_each_language(self):
+        for name, host in self.LANGUAGES.items():
+            with self.subTest(language=name):
+                messages = read_messages(name)
+                run = self.machine.run(AGENT, '-p', PASSWORD, variables=language(host))
+                self.assertEqual(run.exit_code, FAILURE)
+                refusal = messages[1122].replace('[0]', '6.0')
+                expected = f'{messages[1014]}\n{refusal}\n{messages[1123]}\n'
+                self.assertEqual(run.console[:len(expected)], expected)
+                self.assert_lines_end_as_in_windows(run.output)
+                self.assertFalse(run.output.startswith(b'\xef\xbb\xbf'))
+                # The log stays English.
+                self.assertIn(f'E: DiscoverInstalledProducts: {english(1123)}', self.machine.log())
+
+    def test_records_of_the_framework_stand_between_the_agents_own_lines(self):
+        run = self.machine.run(CONSOLE_PROBE)
+        self.assertEqual(run.exit_code, 0)
+        lines = run.console.splitlines()
+        self.assertEqual(len(lines), 3, run.console)
+        self.assertEqual(lines[0], 'before \u00e4 \u6771\u4eac \U0001f600')
+        self.assertRegex(lines[1], r'^\[\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{6}\] \[0x[0-9a-f]+\] '
+                                   '\\[warning\\] record \u00e4 \u6771\u4eac$')
+        self.assertEqual(lines[2], 'after')
+        self.assert_lines_end_as_in_windows(run.output)
+
+
 class KelvaneServer(WineTest):
     """The agent as it is, against a Kelvane Server of the lab."""
 
@@ -263,6 +301,14 @@ class Console(WineTest):
         self.assertEqual(self.without_log_notice(run.console),
                          f'{english(1014)}\n{asked * 3}{english(1042)}\n{english(1126)}\n')
         self.assert_no_password_in(run.console)
+
+
+    def test_backspace_takes_a_star_back_and_nothing_more(self):
+        agent = self.machine.start(AGENT)
+        agent.wait_for(PROMPT)
+        agent.type('\x7f' + 'xy\x7f' + '\r')
+        agent.wait_until(lambda: agent.console.count(PROMPT) > 1, 'the second prompt')
+        self.assertIn(f'{PROMPT}**\b \b\n', agent.console)
 
 
 def own_address() -> str:

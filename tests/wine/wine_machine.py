@@ -25,6 +25,9 @@ AGENT = BUILD / 'bin' / 'Ostrel-Halvard.exe'
 WHOLE_AGENT = BUILD / 'tests' / 'halvard_on_wine.exe'
 SCRIPTED_AGENT = BUILD / 'tests' / 'halvard_scripted.exe'
 CLIENT = BUILD / 'bin' / 'hvctl.exe'
+CONSOLE_PROBE = BUILD / 'tests' / 'console_probe.exe'
+# Languages of the host, made on demand.
+LOCALES = BUILD / 'wine-locales'
 
 MACHINES = BUILD / 'wine-machines'
 PRISTINE = MACHINES / 'pristine'
@@ -38,6 +41,7 @@ class Run(NamedTuple):
     exit_code: int  # the lower byte, which is what a host process keeps of it
     console: str  # standard output with line ends of one character
     errors: str = ''  # standard error, to which Wine itself may add
+    output: bytes = b''  # standard output as it came, of a program that was run to its end
 
 
 def run_under_wine(prefix: Path, *command: str) -> List[str]:
@@ -62,6 +66,20 @@ def make_pristine_machine() -> None:
 def environment(more: Optional[dict]) -> dict:
     """A machine speaks English whatever the host does, and takes arguments in UTF-8."""
     return {**os.environ, 'LC_ALL': 'C.UTF-8', **(more or {})}
+
+
+def language(name: str) -> dict:
+    """The environment in which Wine shows a machine of a language, as "de_DE". It takes the host's, so
+    the host is given one."""
+    made = LOCALES / f'{name}.UTF-8'
+    if not made.exists():
+        LOCALES.mkdir(parents=True, exist_ok=True)
+        # Warnings alone end it with 1.
+        subprocess.run(['localedef', '-i', name, '-f', 'UTF-8', str(made)], check=False,
+                       stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        if not made.exists():
+            raise AssertionError(f'no language {name}: run cmake/setup/install-packages')
+    return {'LOCPATH': str(LOCALES), 'LC_ALL': f'{name}.UTF-8', 'LANGUAGE': ''}
 
 
 def decoded(output: bytes) -> str:
@@ -144,7 +162,7 @@ class Machine:
         ended = subprocess.run(self._command(command), env=environment(variables),
                                input=b'', stdout=subprocess.PIPE, stderr=subprocess.PIPE,
                                timeout=PATIENCE_SECONDS, check=False)
-        return Run(ended.returncode % 256, decoded(ended.stdout), decoded(ended.stderr))
+        return Run(ended.returncode % 256, decoded(ended.stdout), decoded(ended.stderr), ended.stdout)
 
     def start(self, *command, variables: Optional[dict] = None) -> Process:
         process = Process(self._command(command), environment(variables))
