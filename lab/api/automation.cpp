@@ -33,6 +33,21 @@ BSTR SysAllocString(const OLECHAR* text) {
   return reinterpret_cast<BSTR>(memory + kPrefix);
 }
 
+void SysFreeString(BSTR text) {
+  const Lab::Call call("SysFreeString");
+  LAB_SUPPORTS(!call.PlannedError());
+  FreeText(text);
+}
+
+UINT SysStringLen(BSTR text) {
+  const Lab::Call call("SysStringLen");
+  LAB_SUPPORTS(!call.PlannedError());
+  if (text == nullptr) return 0;
+  DWORD bytes = 0;
+  std::memcpy(&bytes, reinterpret_cast<const char*>(text) - kPrefix, kPrefix);
+  return static_cast<UINT>(bytes / sizeof(OLECHAR));
+}
+
 void VariantInit(VARIANTARG* variant) {
   const Lab::Call call("VariantInit");
   LAB_SUPPORTS(variant != nullptr && !call.PlannedError());

@@ -1,10 +1,12 @@
 // COM on a thread, and the classes that the machine has.
 #include "com/apartment.h"
 #include "com/com_object.h"
+#include "firewall/firewall_objects.h"
 #include "machine/call.h"
 #include "shell/shell_objects.h"
 #include "windows.h"
 
+#include "netfw.h"
 #include "shldisp.h"
 
 namespace {
@@ -14,7 +16,14 @@ struct ComClass {
   IUnknown* (*make)();  ///< The object with one reference.
 };
 
-const ComClass kClasses[] = {{CLSID_Shell, Lab::MakeShell}};
+const ComClass kClasses[] = {{CLSID_Shell, Lab::MakeShell},
+                             {CLSID_NetFwMgr, Lab::MakeFirewallManager},
+                             {CLSID_NetFwOpenPort, Lab::MakeOpenPort}};
+
+Lab::Apartment ApartmentOf(DWORD kind) {
+  const bool isSingle = (kind & COINIT_APARTMENTTHREADED) != 0;
+  return isSingle ? Lab::Apartment::kSingleThreaded : Lab::Apartment::kMultithreaded;
+}
 
 }  // namespace
 
@@ -22,7 +31,21 @@ HRESULT CoInitialize(LPVOID reserved) {
   const Lab::Call call("CoInitialize");
   if (const auto planned = Lab::PlannedResult(call)) return *planned;
   LAB_SUPPORTS(reserved == nullptr);
-  return Lab::EnterApartment() ? S_OK : S_FALSE;
+  return Lab::EnterApartment(Lab::Apartment::kSingleThreaded);
+}
+
+HRESULT CoInitializeEx(LPVOID reserved, DWORD kind) {
+  const Lab::Call call("CoInitializeEx");
+  if (const auto planned = Lab::PlannedResult(call)) return *planned;
+  LAB_SUPPORTS(reserved == nullptr);
+  LAB_SUPPORTS((kind & ~DWORD{COINIT_APARTMENTTHREADED | COINIT_DISABLE_OLE1DDE}) == 0);
+  return Lab::EnterApartment(ApartmentOf(kind));
+}
+
+void CoUninitialize() {
+  const Lab::Call call("CoUninitialize");
+  LAB_SUPPORTS(!call.PlannedError());
+  Lab::LeaveApartment();
 }
 
 HRESULT CoCreateInstance(REFCLSID classId, IUnknown* outer, DWORD context, REFIID id,

@@ -19,3 +19,8 @@ using REFGUID = const GUID&;
 using REFIID = const IID&;
 using REFCLSID = const CLSID&;
 using REFKNOWNFOLDERID = const KNOWNFOLDERID&;
+
+/// The id that a header gives to an interface or a class, where it has no name that links.
+template <typename Type>
+struct IdOfType;
+#define __uuidof(type) IdOfType<type>::value

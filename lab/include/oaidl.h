@@ -7,6 +7,10 @@ using OLECHAR = WCHAR;
 /// Text with its length before it. Made and freed by the functions of oleauto.h alone.
 using BSTR = OLECHAR*;
 
+using VARIANT_BOOL = SHORT;
+#define VARIANT_TRUE static_cast<VARIANT_BOOL>(-1)
+#define VARIANT_FALSE static_cast<VARIANT_BOOL>(0)
+
 using VARTYPE = std::uint16_t;
 enum VARENUM { VT_EMPTY = 0, VT_I4 = 3, VT_BSTR = 8, VT_DISPATCH = 9 };
 

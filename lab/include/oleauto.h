@@ -10,5 +10,9 @@
 
 /// \return A copy; null for null, and without memory.
 BSTR WINAPI SysAllocString(const OLECHAR* text);
+/// Frees what SysAllocString made; nothing for null.
+void WINAPI SysFreeString(BSTR text);
+/// \return Characters; 0 for null.
+UINT WINAPI SysStringLen(BSTR text);
 void WINAPI VariantInit(VARIANTARG* variant);
 HRESULT WINAPI VariantClear(VARIANTARG* variant);

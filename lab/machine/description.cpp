@@ -200,6 +200,7 @@ Description ParseDescription(const Json::Value& document, const std::filesystem:
   } catch (const std::invalid_argument& fault) {
     throw MachineError(file.string() + ": " + fault.what());
   }
+  description.firewall = ReadFirewall(document["firewall"]);
   description.zipCopying = ReadZipCopying(document["zipCopying"]);
   description.clock.speed = document["clock"].get("speed", 1.0).asDouble();
   if (document["clock"].isMember("startTime")) {

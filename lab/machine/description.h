@@ -18,6 +18,7 @@
 #include "machine/clock.h"
 #include "machine/faults.h"
 #include "machine/file_versions.h"
+#include "machine/firewall.h"
 #include "machine/folders.h"
 #include "machine/name_service.h"
 #include "machine/services.h"
@@ -120,6 +121,8 @@ struct Description {
   bool hostAdapters = false;  ///< The adapters are the host's; the list is empty then.
   NameService nameService;
   AddressMap addressMap;
+
+  Firewall firewall;
 
   ZipCopying zipCopying;
 

@@ -77,7 +77,8 @@ Machine::Machine(const std::filesystem::path& folder)
       registry_(RegistryFile(folder_)),
       faults_(description_.faults),
       clock_(description_.clock),
-      serviceStates_(folder_, clock_) {}
+      serviceStates_(folder_, clock_),
+      firewallOpenings_(folder_, description_.firewall) {}
 
 std::uint32_t Machine::DomainRefusal() const {
   if (!description_.domain) return ERROR_NO_SUCH_DOMAIN;

@@ -4,6 +4,7 @@
 //   drive_c/       and further drives: the machine's files
 //   registry.reg   the registry as it is now
 //   services.json  states of services that differ from the description, if there are any
+//   firewall.json  the ports that are open in the firewall, once that was changed
 //   run/           what running processes share: locks, named objects
 #pragma once
 
@@ -13,6 +14,7 @@
 #include "machine/clock.h"
 #include "machine/description.h"
 #include "machine/faults.h"
+#include "machine/firewall.h"
 #include "machine/registry.h"
 #include "machine/service_states.h"
 
@@ -32,6 +34,7 @@ class Machine {
   FaultPlan& Faults() { return faults_; }
   Lab::Clock& Clock() { return clock_; }
   Lab::ServiceStates& ServiceStates() { return serviceStates_; }
+  Lab::FirewallOpenings& FirewallOpenings() { return firewallOpenings_; }
 
   /// \return The error of every request to the joined domain at the moment: 1311 as long as nobody
   ///         answers, 1786 to 1789 where the domain doesn't trust the machine, 1355 without a
@@ -51,6 +54,7 @@ class Machine {
   FaultPlan faults_;
   Lab::Clock clock_;
   Lab::ServiceStates serviceStates_;
+  Lab::FirewallOpenings firewallOpenings_;
   std::atomic<int> socketStartups_{0};
   std::atomic<bool> shutdownPrivilege_{false};
 };

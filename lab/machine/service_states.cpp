@@ -1,37 +1,10 @@
 #include "machine/service_states.h"
 
-#include <fcntl.h>
-#include <json/writer.h>
-#include <sys/file.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <fstream>
-#include <system_error>
-
 #include "machine/description.h"
 #include "winerror.h"
 
 namespace Lab {
 namespace {
-
-/// Keeps other processes and threads from changing the states meanwhile.
-class StatesLock {
- public:
-  explicit StatesLock(const std::filesystem::path& file)
-      : file_(open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600)) {
-    if (file_ == -1 || flock(file_, LOCK_EX) == -1) {
-      throw std::filesystem::filesystem_error("lab: can't lock the services", file,
-                                              std::error_code(errno, std::generic_category()));
-    }
-  }
-  StatesLock(const StatesLock&) = delete;
-  StatesLock& operator=(const StatesLock&) = delete;
-  ~StatesLock() { close(file_); }
-
- private:
-  const int file_;
-};
 
 /// The service's own: names have no case, members of the file do.
 std::string MemberOf(const Json::Value& states, const std::wstring& name) {
@@ -44,39 +17,30 @@ std::string MemberOf(const Json::Value& states, const std::wstring& name) {
 }  // namespace
 
 ServiceStates::ServiceStates(const std::filesystem::path& instance, const Clock& clock)
-    : file_(instance / "services.json"), lock_(instance / "run" / "services.lock"), clock_(clock) {}
+    : document_(instance, "services"), clock_(clock) {}
 
-Json::Value ServiceStates::Read() const {
-  if (!std::filesystem::exists(file_)) return Json::Value(Json::objectValue);
-  const Json::Value states = ReadJson(file_);
+Json::Value ServiceStates::Tested(const Json::Value& states) const {
+  if (states.isNull()) return Json::Value(Json::objectValue);
   const auto isSound = [](const Json::Value& entry) {
     return entry.isObject() && entry["state"].isString() &&
            ServiceStateNamed(entry["state"].asString()) && entry.get("exitCode", 0).isUInt() &&
            entry.get("startedAt", 0).isUInt64();
   };
-  if (!states.isObject()) throw MachineError(file_.string() + ": /: expected an object");
+  const std::string file = document_.File().string();
+  if (!states.isObject()) throw MachineError(file + ": /: expected an object");
   for (const std::string& name : states.getMemberNames()) {
     if (isSound(states[name])) continue;
-    throw MachineError(file_.string() + ": /" + name +
+    throw MachineError(file + ": /" + name +
                        ": expected an object with state, and exitCode or startedAt as needed");
   }
   return states;
 }
 
 void ServiceStates::Change(const std::function<void(Json::Value&)>& change) {
-  const StatesLock lock(lock_);
-  Json::Value states = Read();
-  change(states);
-  // Readers see the old file or the new one, whole in either case.
-  const std::filesystem::path next = file_.string() + ".new";
-  std::ofstream out(next, std::ios::binary | std::ios::trunc);
-  out << states.toStyledString();
-  out.close();
-  if (!out) {
-    throw std::filesystem::filesystem_error("lab: can't write the services", next,
-                                            std::make_error_code(std::errc::io_error));
-  }
-  std::filesystem::rename(next, file_);
+  document_.Change([&](Json::Value& states) {
+    states = Tested(states);
+    change(states);
+  });
 }
 
 ServiceStatus ServiceStates::StatusOfStart(const Service& service, std::uint64_t startedAt) const {
@@ -109,7 +73,7 @@ ServiceStatus ServiceStates::StatusIn(const Json::Value& states, const std::wstr
 }
 
 ServiceStatus ServiceStates::StatusOf(const std::wstring& name, const Service& service) const {
-  return StatusIn(Read(), name, service);
+  return StatusIn(Tested(document_.Read()), name, service);
 }
 
 bool ServiceStates::Start(const std::wstring& name, const Service& service) {

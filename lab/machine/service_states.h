@@ -15,6 +15,7 @@
 
 #include "machine/clock.h"
 #include "machine/services.h"
+#include "machine/shared_document.h"
 
 namespace Lab {
 
@@ -45,14 +46,13 @@ class ServiceStates {
   void Stop(const std::wstring& name, const Service& service);
 
  private:
-  Json::Value Read() const;
+  Json::Value Tested(const Json::Value& states) const;
   void Change(const std::function<void(Json::Value&)>& change);
   ServiceStatus StatusIn(const Json::Value& states, const std::wstring& name,
                          const Service& service) const;
   ServiceStatus StatusOfStart(const Service& service, std::uint64_t startedAt) const;
 
-  const std::filesystem::path file_;
-  const std::filesystem::path lock_;
+  SharedDocument document_;
   const Clock& clock_;
 };
 

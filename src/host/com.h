@@ -1,9 +1,18 @@
 // Owners of what COM hands out.
 #pragma once
 
+#include "host/unique_resource.h"
 #include "host/windows_api.h"
 
 namespace Halvard::Host {
+
+/// Texts of automation; none is null. Its SysStringLen is 0 then.
+struct TextTraits {
+  using Type = BSTR;
+  static Type Invalid() { return nullptr; }
+  static void Release(Type text) { SysFreeString(text); }
+};
+using UniqueText = UniqueResource<TextTraits>;
 
 /// Owns one reference to a COM object, or none.
 template <typename Interface>

@@ -49,6 +49,35 @@ TEST(Com, KnowsItsClassesAndTheirInterfaces) {
   });
 }
 
+constexpr DWORD kOneThread = COINIT_APARTMENTTHREADED | COINIT_DISABLE_OLE1DDE;
+
+TEST(Com, StaysOfItsKindUntilItIsGivenBackAsOftenAsItWasTaken) {
+  constexpr auto kChangedMode = static_cast<HRESULT>(0x80010106);
+  OnANewThread([&] {
+    EXPECT_EQ(CoInitializeEx(nullptr, kOneThread), S_OK);
+    EXPECT_EQ(CoInitializeEx(nullptr, kOneThread), S_FALSE);
+    EXPECT_EQ(CoInitialize(nullptr), S_FALSE);
+    EXPECT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), kChangedMode);
+    for (int i = 0; i < 3; ++i) CoUninitialize();
+    EXPECT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
+    EXPECT_EQ(CoInitializeEx(nullptr, kOneThread), kChangedMode);
+    EXPECT_EQ(CoInitialize(nullptr), kChangedMode);
+    CoUninitialize();
+    ComPtr<IShellDispatch> shell;
+    EXPECT_EQ(MakeShell(shell), static_cast<HRESULT>(0x800401F0));
+  });
+}
+
+TEST(Com, OfTheOtherKindMakesObjectsToo) {
+  OnANewThread([] {
+    EXPECT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
+    ComPtr<IShellDispatch> shell;
+    EXPECT_EQ(MakeShell(shell), S_OK);
+    shell.Reset();
+    CoUninitialize();
+  });
+}
+
 TEST(AutomationText, IsACopy) {
   std::wstring text = L"Z\u00fcrich \u6771\u4eac \U0001F511";
   Variant variant;
@@ -59,6 +88,17 @@ TEST(AutomationText, IsACopy) {
 }
 
 TEST(AutomationText, OfNothingIsNothing) { EXPECT_EQ(SysAllocString(nullptr), nullptr); }
+
+TEST(AutomationText, KnowsItsLength) {
+  for (const std::wstring& text :
+       {std::wstring(), std::wstring(L"a"), std::wstring(L"Z\u00fcrich \u6771\u4eac")}) {
+    const BSTR copy = SysAllocString(text.c_str());
+    EXPECT_EQ(SysStringLen(copy), text.size());
+    SysFreeString(copy);
+  }
+  EXPECT_EQ(SysStringLen(nullptr), 0u);
+  SysFreeString(nullptr);
+}
 
 TEST(AutomationText, MayBeEmpty) {
   Variant variant;

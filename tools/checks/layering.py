@@ -26,7 +26,8 @@ LIBRARIES = {
 }
 WINDOWS_UMBRELLA = 'src/host/windows_api.h'
 # What few files need and the umbrella leaves out.
-WINDOWS_EXTRAS = {'src/host/access_control_api.h', 'src/host/authorization_api.h'}
+WINDOWS_EXTRAS = {'src/host/access_control_api.h', 'src/host/authorization_api.h',
+                  'src/host/firewall_api.h'}
 DRIVER = 'src/core/startup/'
 # Headers that no file of src/ names but the umbrella.
 WINDOWS_HEADERS = {'windows.h', 'winsock2.h', 'ws2tcpip.h', 'winldap.h', 'msi.h', 'msiquery.h',
