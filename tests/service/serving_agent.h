@@ -88,11 +88,16 @@ class ServingAgent {
 
   /// The agent has read its part of the description when it started; its runner reads it anew.
   Lab::Instance& Machine() { return machine_; }
+  Testing::AgentProcess& Process() { return *agent_; }
+  const std::wstring& Port() const { return port_; }
 
-  Testing::AgentRun Stop() {
-    agent_->Signal(SIGINT);
-    return agent_->Wait();
+  Testing::AgentRun Stop(int signal = SIGINT) {
+    agent_->Signal(signal);
+    return WaitForEnd();
   }
+
+  /// Of an agent that has been told to end.
+  Testing::AgentRun WaitForEnd() { return agent_->Wait(); }
 
  private:
   Lab::Instance machine_;

@@ -1,6 +1,7 @@
 #include "transfer/archive_check.h"
 
 #include "archive_tool_test.h"
+#include "core/logging.h"
 #include "core/temp_directory.h"
 
 namespace Halvard::Transfer {
@@ -111,9 +112,14 @@ TEST_F(ArchiveCheck, NamesAMissingTool) {
 }
 
 TEST_F(ArchiveCheck, NeedsATempDirectory) {
+  const std::filesystem::path log = machine_.HostPath(L"%TEMP%\\halvard.log");
+  // The log itself lies in that folder, and stays open.
+  const LogScope scope;
   machine_.PlanFault({.function = "GetTempPathW", .from = 1, .error = 5});
   Json::Value result;
   EXPECT_FALSE(HvUtilLaunch(L"--test \"x\"", result));
+  EXPECT_EQ(Testing::ReadLog(log).back(),
+            ErrorLine(L"HvUtilLaunch: Failed to get the temp directory. Error: 5"));
 }
 
 TEST_F(ArchiveCheck, NeverTakesTheWordOfAnEarlierRun) {

@@ -361,7 +361,11 @@ class Server(WineTest):
         self.assertEqual(run.exit_code, 0)
         self.assertIn(f'{english(1021)}\n', run.console)
         self.assertTrue(run.console.endswith(f'{english(1045)}\n'), run.console)
-        self.assertIn('I: CtrlHandler: Received ctrl type: 0', self.machine.log())
+        log = self.machine.log()
+        self.assertIn('I: CtrlHandler: Received ctrl type: 0', log)
+        # Nothing is to be opened on Wine.
+        self.assertIn('I: TempFirewallException::TempFirewallException: Windows firewall is turned '
+                      'off.', log)
         self.assertEqual(self.machine.status(), {
             'initialization': 'success', 'error': None, 'port': str(self.port),
             'thumbprint': self.thumbprint})

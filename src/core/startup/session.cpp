@@ -164,6 +164,11 @@ bool MakeCertificate(const Session& session) {
   return true;
 }
 
+/// Clients come from other machines. What keeps the firewall from letting them in shows in the log.
+void OpenFirewall(Session& session) {
+  session.firewallOpening.emplace(session.input.hvPort, L"Ostrel-Halvard (Temporary)");
+}
+
 bool StartServer(Session& session) {
   session.scheduler.emplace();
   if (Security::SetupAndStartHttpsServer(*session.scheduler, session.input.hvPort)) return true;
@@ -200,7 +205,7 @@ bool StartSession(Session& session) {
   if (!Discovery::RunPreMigrationChecks(session.argc)) return false;
   if (!SettleNetwork(session)) return false;
   if (!MakeCertificate(session)) return false;
-  // Not there yet: the opening in the firewall.
+  OpenFirewall(session);
   if (!StartServer(session)) return false;
   if (!RegisterAgent(session)) return false;
   AnnounceService(session);

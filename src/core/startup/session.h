@@ -8,6 +8,7 @@
 #include "network/adapters.h"
 #include "pion/scheduler.h"
 #include "runner/runner_extraction.h"
+#include "security/firewall.h"
 
 namespace Halvard {
 
@@ -26,9 +27,9 @@ struct Session {
   std::wstring migrationType;
 
   // What ends with the run, in the reverse of this order.
-  // Not there yet: behind the extracted runner, the opening in the firewall.
   std::optional<Network::AdapterAddressesWrapper> adapters;
   std::optional<Runner::PythonUpgradeRunnerExtractor> extractor;
+  std::optional<Security::TempFirewallException> firewallOpening;
   std::optional<pion::single_service_scheduler> scheduler;
 };
 
