@@ -27,10 +27,14 @@ class FakeMachine:
         self.export_folder = self.drive / 'export'
         self.export_zip = self.drive / 'export.zip'
         self.extraction_folder = self.drive / 'extracted'
+        self.openings = []
         self.drive.mkdir(parents=True)
 
     def find(self, name):
         return next(self.drive.rglob(name), None)
+
+    def agents_openings(self):
+        return self.openings
 
     def processes(self):
         return {}
@@ -47,7 +51,7 @@ class Checks(unittest.TestCase):
         scratch.mkdir()
         self.world = types.SimpleNamespace(
             machine=FakeMachine(folder / 'machine'), scratch=scratch, appliance=True,
-            password='s3cret', ssh_password='s5h', arrived=lambda name: self.appliance / name)
+            lost_openings=[], password='s3cret', ssh_password='s5h', arrived=lambda name: self.appliance / name)
 
     def make_export(self, listed='data'):
         folder = self.world.machine.export_folder
@@ -105,6 +109,8 @@ class Checks(unittest.TestCase):
     def test_what_is_left_behind_is_found(self):
         drive = self.world.machine.drive
         self.assertTrue(checks.nothing_left_behind(self.world))
+        self.world.machine.openings = [9123]
+        self.fails('openings in the firewall', checks.nothing_left_behind)
         os.symlink('/', drive / 'mig1.tmp')
         self.fails('links are still there', checks.nothing_left_behind)
         (drive / 'UpgradeRunnerInput.json').touch()

@@ -47,7 +47,7 @@ class WholeMigration(Rehearsal):
             self.expect_well(run)
             self.assertTrue((machine / 'shutdown.json').exists())
         rows = rows_of(run.stdout)
-        for name in ('migrate', 'status file', 'end of the agent', 'end of the old machine',
+        for name in ('migrate', 'status file', 'firewall', 'end of the agent', 'end of the old machine',
                      'export on the appliance', 'logs on the appliance', 'services',
                      'nothing left behind', 'no password anywhere',
                      'sessions of the Kelvane Server'):

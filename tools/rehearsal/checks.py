@@ -45,6 +45,12 @@ def status_of_a_good_start(world, status):
     return f'success, port {status["port"]}'
 
 
+def firewall_is_open(world, status):
+    openings = world.machine.agents_openings()
+    expect_equal(openings, [*world.lost_openings, int(status['port'])], 'openings in the firewall')
+    return f'port {status["port"]}'
+
+
 def agent_ended(agent, exit_code):
     expect_equal(agent.wait(30), exit_code & 0xFF, 'exit code')
     return f'exit code {exit_code}'
@@ -120,11 +126,12 @@ def nothing_left_behind(world):
         expect(machine.find(name) is None, f'{name} is still there')
     links = [entry.name for entry in machine.drive.iterdir() if entry.is_symlink()]
     expect(not links, f'links are still there: {links}')
+    expect_equal(machine.agents_openings(), world.lost_openings, 'openings in the firewall')
     deadline = time.monotonic() + 10
     while (running := machine.processes()) and time.monotonic() < deadline:
         time.sleep(0.1)
     expect(not running, f'processes still run: {sorted(running.values())}')
-    return 'no folder, input file, link or process'
+    return 'no folder, input file, link, opening or process'
 
 
 def searched_files(world):

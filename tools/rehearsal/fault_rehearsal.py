@@ -151,18 +151,22 @@ def shows(console, text):
 
 
 def start_again(world, agent):
+    world.lost_openings = world.machine.agents_openings()
     agent.kill()
     world.narrator.check('what a killed agent leaves', leaves_its_runner, world)
     # The file of the killed one would be taken for that of the next.
     world.machine.find('hv-status.json').unlink()
     again = Agent(world)
     with world.narrator.timed('start the agent again'):
-        return again, again.wait_until_it_serves()
+        status = again.wait_until_it_serves()
+    world.narrator.check('firewall', checks.firewall_is_open, world, status)
+    return again, status
 
 
 def leaves_its_runner(world):
     checks.expect(world.machine.extraction_folder.exists(), 'its runner\'s folder is gone')
-    return 'its runner\'s folder'
+    checks.expect(world.lost_openings, 'its opening in the firewall is gone')
+    return 'its runner\'s folder and its opening in the firewall'
 
 
 def migrate_all_the_same(world, agent, status, incident):

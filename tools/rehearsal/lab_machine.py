@@ -10,6 +10,7 @@ from pathlib import Path
 from narrator import StepFailed
 
 TEMP = 'Users/Administrator/AppData/Local/Temp'
+OPENING = 'Ostrel-Halvard (Temporary)'
 AGENT_FOLDER = 'Users/Administrator/AppData/Local/Ostrel/Halvard'
 
 
@@ -95,6 +96,12 @@ class LabMachine:
         """How the machine was told to shut down; None if it wasn't."""
         file = self.folder / 'shutdown.json'
         return json.loads(file.read_text(encoding='utf-8')) if file.exists() else None
+
+    def agents_openings(self):
+        """The ports that are open in the firewall under the agent's name."""
+        file = self.folder / 'firewall.json'
+        openings = json.loads(file.read_text(encoding='utf-8'))['openPorts'] if file.exists() else []
+        return [opening['port'] for opening in openings if opening['name'] == OPENING]
 
     def services(self):
         """The states of the services by their names."""

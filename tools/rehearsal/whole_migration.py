@@ -34,6 +34,7 @@ def run(world, interactive):
         with narrator.timed('start the agent'):
             status = agent.wait_until_it_serves()
         narrator.check('status file', checks.status_of_a_good_start, world, status)
+        narrator.check('firewall', checks.firewall_is_open, world, status)
         narrator.step('Migrating, as the installer of the appliance does')
         with narrator.timed('migrate'):
             code, output = installer.migrate(world, status)

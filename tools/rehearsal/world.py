@@ -57,6 +57,7 @@ class World:
         self.server = None
         self.directory = None
         self.appliance = None
+        self.lost_openings = []  # ports that an agent which was killed has left open
         self._standins = []
 
     def end(self):
