@@ -33,6 +33,12 @@ struct RegisteredService {
   const std::wstring program = L"C:\\no such program.exe";
 };
 
+/// Has DNS servers know kv.example (192.0.2.1 and 2001:db8::1), its alias alias.example,
+/// six.example (2001:db8::6), many.example (192.0.2.1 to 192.0.2.100), and no other name below
+/// "example". \return False where it takes a network of its own, and the tests weren't started in
+/// it.
+bool KnowConformanceNames();
+
 /// Scripts for the command interpreter: one prints its first two arguments, the other ends with 7.
 extern const char kEchoTwoArguments[];
 extern const char kExitWithSeven[];

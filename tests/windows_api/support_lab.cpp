@@ -53,6 +53,25 @@ WindowsApi::RegisteredService::~RegisteredService() {
   gInstance->Remove("/services/" + Lab::ToUtf8(name));
 }
 
+bool WindowsApi::KnowConformanceNames() {
+  Json::Value names;
+  const auto add = [&](const char* name, const char* type, const std::string& value) {
+    Json::Value record;
+    record["type"] = type;
+    record["value"] = value;
+    names[name].append(record);
+  };
+  add("kv.example", "A", "192.0.2.1");
+  add("kv.example", "AAAA", "2001:db8::1");
+  add("alias.example", "CNAME", "kv.example");
+  add("six.example", "AAAA", "2001:db8::6");
+  for (int i = 1; i <= 100; ++i) add("many.example", "A", "192.0.2." + std::to_string(i));
+  gInstance->Set("/dns/names", names);
+  // Opening the machine anew ended its sockets.
+  WSADATA data;
+  return WSAStartup(0x0202, &data) == 0;
+}
+
 const char WindowsApi::kEchoTwoArguments[] = "#!/bin/sh\necho \"$1\" \"$2\"\n";
 const char WindowsApi::kExitWithSeven[] = "#!/bin/sh\nexit 7\n";
 

@@ -67,6 +67,10 @@ WindowsApi::RegisteredService::~RegisteredService() {
   DeleteServiceNamed(manager.Get(), name);
 }
 
+bool WindowsApi::KnowConformanceNames() {
+  return GetEnvironmentVariableW(L"CONFORMANCE_NAMES", nullptr, 0) != 0;
+}
+
 const char WindowsApi::kEchoTwoArguments[] = "@echo %1 %2\r\n";
 const char WindowsApi::kExitWithSeven[] = "@exit /b 7\r\n";
 

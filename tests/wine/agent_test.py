@@ -322,6 +322,21 @@ def own_address() -> str:
         return probe.getsockname()[0]
 
 
+def host_network(*question: str) -> list:
+    """What the host says of its network."""
+    answer = subprocess.run(['/usr/sbin/ip', '-j', *question], check=True, stdout=subprocess.PIPE)
+    return json.loads(answer.stdout)
+
+
+def interface_of(address: str) -> tuple:
+    """The host's interface with an address, and the address's prefix."""
+    for link in host_network('address', 'show'):
+        for entry in link['addr_info']:
+            if entry['local'] == address:
+                return link, entry['prefixlen']
+    raise AssertionError(f'no interface has {address}')
+
+
 def free_port() -> int:
     with socket.socket() as probe:
         probe.bind(('', 0))
@@ -339,8 +354,8 @@ class Server(WineTest):
             'ctx': {'appCtx': {}, 'securityCtx': {}}}}
 
     def setUp(self):
-        address = own_address()
-        if not address:
+        self.address = own_address()
+        if not self.address:
             self.skipTest('the host has no network adapter beside the loopback one')
         super().setUp()
         install_single_sign_on(self.machine)
@@ -348,7 +363,7 @@ class Server(WineTest):
         self.certificate = folder / 'hv_cert.pem'
         self.port = free_port()
         self.agent = self.machine.start(SCRIPTED_AGENT, '-p', ACCEPTED_PASSWORD, '-o', self.port,
-                                        variables={'SCRIPTED_ADDRESS': address})
+                                        variables={'SCRIPTED_ADDRESS': self.address})
         self.agent.wait_for(english(1021))
         # Of the two families the agent serves the one that the adapter has.
         ipv6 = 'I: SetupAndStartHttpsServer: Setting up Halvard to listen on IPv6 network.'
@@ -438,6 +453,27 @@ class Server(WineTest):
         stranger = self.machine.run(*call, '0' * 40)
         self.assertEqual(stranger.exit_code, 4, stranger.errors)
         self.assertIn(self.thumbprint, stranger.errors)
+        self.stop()
+
+    def test_collects_the_network_of_the_machine_it_runs_on(self):
+        link, prefix = interface_of(self.address)
+        request = {'sso_username': 'Administrator@ostrel.local', 'sso_password': ACCEPTED_PASSWORD}
+        run = self.machine.run(CLIENT, 'call', 'collect_network_config', json.dumps(request, ensure_ascii=False),
+                               '--host', self.host, '--port', self.port,
+                               '--thumbprint', self.thumbprint)
+        self.assertEqual(run.exit_code, 0, run.errors)
+        reply = json.loads(run.console)
+        self.assertEqual(reply['config_fqdn'], self.address)
+        self.assertEqual(reply['config_adapter_type'], 'Ethernet')
+        self.assertEqual(reply['config_mac'], link['address'].upper())
+        self.assertEqual(reply['config_ipaddr4'], self.address)
+        self.assertEqual(reply['config_prefix4'], prefix)
+        self.assertIn(reply['config_ipaddr6'],
+                      [entry['local'] for entry in link['addr_info']] + [''])
+        gateways = [route['gateway'] for route in host_network('route', 'show', 'default')
+                    if route['dev'] == link['ifname']]
+        self.assertEqual(reply['config_gateway4'], ', '.join(gateways))
+        self.assertEqual((reply['result'], reply['error']), ('success', ''))
         self.stop()
 
     def test_certificate_lies_beside_its_key_in_the_folder_of_the_agent(self):
