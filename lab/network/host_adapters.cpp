@@ -142,7 +142,8 @@ std::vector<Adapter> ReadHostAdapters() {
     }
     adapters.push_back(std::move(adapter));
   }
-  std::ranges::stable_partition(adapters, [](const Adapter& a) { return a.type != kLoopback; });
+  (void)std::stable_partition(adapters.begin(), adapters.end(),
+                              [](const Adapter& a) { return a.type != kLoopback; });
   return adapters;
 }
 
