@@ -1,7 +1,9 @@
 #include "core/log_file.h"
 
 #include <cstddef>
+#include <type_traits>
 
+#include "core/format_into.h"
 #include "core/temp_directory.h"
 #include "core/text.h"
 #include "core/version.h"
@@ -18,9 +20,10 @@ constexpr std::size_t kPieceSize = 64;
 
 /// One formatted piece of the prefix, appended to \p prefix. False when it doesn't fit.
 template <typename... Values>
-bool AppendPiece(std::wstring& prefix, const wchar_t* format, Values... values) {
+bool AppendPiece(std::wstring& prefix, std::type_identity_t<WideFormat<Values...>> format,
+                 Values... values) {
   wchar_t piece[kPieceSize] = {};
-  if (_snwprintf_s(piece, kPieceSize, _TRUNCATE, format, values...) < 0) return false;
+  if (FormatInto(piece, format, values...) < 0) return false;
   prefix += piece;
   return true;
 }

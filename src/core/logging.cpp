@@ -52,32 +52,11 @@ LogScope::~LogScope() {
   gLogFile.Leave();
 }
 
-void LogScope::Info(const wchar_t* format, ...) {
+void LogScope::Write(char level, const wchar_t* format, ...) {
+  if (level == 'D' && !DebugLinesAreOn()) return;
   std::va_list arguments;
   va_start(arguments, format);
-  WriteMessage(logName_, 'I', format, arguments);
-  va_end(arguments);
-}
-
-void LogScope::Warn(const wchar_t* format, ...) {
-  std::va_list arguments;
-  va_start(arguments, format);
-  WriteMessage(logName_, 'W', format, arguments);
-  va_end(arguments);
-}
-
-void LogScope::Error(const wchar_t* format, ...) {
-  std::va_list arguments;
-  va_start(arguments, format);
-  WriteMessage(logName_, 'E', format, arguments);
-  va_end(arguments);
-}
-
-void LogScope::Debug(const wchar_t* format, ...) {
-  if (!DebugLinesAreOn()) return;
-  std::va_list arguments;
-  va_start(arguments, format);
-  WriteMessage(logName_, 'D', format, arguments);
+  WriteMessage(logName_, level, format, arguments);
   va_end(arguments);
 }
 

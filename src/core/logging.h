@@ -2,8 +2,10 @@
 #pragma once
 
 #include <string>
+#include <type_traits>
 
 #include "core/temp_directory.h"
+#include "core/wide_format.h"
 
 namespace Halvard {
 
@@ -16,6 +18,10 @@ namespace Halvard {
 /// change the thread's last error, so take a code into a local before it is logged.
 class LogScope {
  public:
+  /// A literal, which the arguments have to fit; their types are those of the arguments alone.
+  template <typename... Arguments>
+  using Format = std::type_identity_t<WideFormat<Arguments...>>;
+
   /// \param functionName  Empty, or a name to log on entering and on leaving the scope.
   /// \param logName       Stands in the lines' prefix; empty means "halvard".
   explicit LogScope(std::wstring functionName = {}, std::wstring logName = {});
@@ -23,13 +29,27 @@ class LogScope {
   LogScope& operator=(const LogScope&) = delete;
   ~LogScope();
 
-  void Info(const wchar_t* format, ...);
-  void Warn(const wchar_t* format, ...);
-  void Error(const wchar_t* format, ...);
+  template <typename... Arguments>
+  void Info(Format<Arguments...> format, Arguments... arguments) {
+    Write('I', format.Text(), arguments...);
+  }
+  template <typename... Arguments>
+  void Warn(Format<Arguments...> format, Arguments... arguments) {
+    Write('W', format.Text(), arguments...);
+  }
+  template <typename... Arguments>
+  void Error(Format<Arguments...> format, Arguments... arguments) {
+    Write('E', format.Text(), arguments...);
+  }
   /// Goes out only if KVS_HV_DEBUG held a value when the process logged its first debug line.
-  void Debug(const wchar_t* format, ...);
+  template <typename... Arguments>
+  void Debug(Format<Arguments...> format, Arguments... arguments) {
+    Write('D', format.Text(), arguments...);
+  }
 
  private:
+  void Write(char level, const wchar_t* format, ...);
+
   std::wstring functionName_;
   std::wstring logName_;
   bool counted_ = false;

@@ -31,7 +31,7 @@ bool Refuse(unsigned int message, const wchar_t* initError) {
 /// Logs the English message as an error and stores it for the status file.
 /// \param line  The log line, with %s for the message.
 /// \return False, for the caller to hand on.
-bool RecordRefusal(const wchar_t* line, unsigned int message,
+bool RecordRefusal(const WideFormat<const wchar_t*>& line, unsigned int message,
                    const std::vector<std::wstring>& arguments = {}) {
   LogScope log;
   const std::wstring english = GetLocalizedStringIn(message, arguments, "en");

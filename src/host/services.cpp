@@ -4,6 +4,7 @@
 #include <new>
 #include <utility>
 
+#include "core/format_into.h"
 #include "core/logging.h"
 #include "core/temp_directory.h"
 #include "host/unique_resource.h"
@@ -208,10 +209,9 @@ bool ServiceControlStartStopAllServices(bool start) {
   const std::wstring script = FindScript(log);
   if (script.empty()) return false;
   wchar_t line[kCommandLineSize] = {};
-  (void)_snwprintf_s(line, kCommandLineSize, _TRUNCATE, L"\"%s\" /S /C \"\"%s\" %s >> %s%s 2>&1\"",
-                     interpreter.c_str(), script.c_str(),
-                     start ? L"--start --all" : L"--stop --all", GetTempDirectory().c_str(),
-                     kScriptLog);
+  (void)FormatInto(line, L"\"%s\" /S /C \"\"%s\" %s >> %s%s 2>&1\"", interpreter.c_str(),
+                   script.c_str(), start ? L"--start --all" : L"--stop --all",
+                   GetTempDirectory().c_str(), kScriptLog);
   return Runner::LaunchProcAndMonitorStatus(line);
 }
 

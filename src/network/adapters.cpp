@@ -90,7 +90,8 @@ bool IsTypedIn(const IP_ADAPTER_UNICAST_ADDRESS& entry) {
 /// The texts of a list's addresses of one family, joined by ", ".
 /// \param failure  Logged for an address without a text.
 template <typename Entry>
-std::wstring JoinAddresses(const Entry* list, const std::wstring& family, const wchar_t* failure) {
+std::wstring JoinAddresses(const Entry* list, const std::wstring& family,
+                           const WideFormat<>& failure) {
   LogScope log;
   std::wstring joined;
   for (const Entry* entry = list; entry != nullptr; entry = entry->Next) {

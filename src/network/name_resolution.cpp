@@ -15,10 +15,10 @@ constexpr DWORD kAddressTextSize = 46;
 
 /// The lines of a walk over a name's addresses: each caller of it logs under its own name.
 struct WalkTexts {
-  const wchar_t* hostName;
-  const wchar_t* lookupFailed;
-  const wchar_t* family;
-  const wchar_t* textFailed;
+  WideFormat<const wchar_t*> hostName;
+  WideFormat<int> lookupFailed;
+  WideFormat<const wchar_t*> family;
+  WideFormat<int> textFailed;
 };
 
 constexpr WalkTexts kListTexts = {

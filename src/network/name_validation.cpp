@@ -23,10 +23,10 @@ struct FamilyFindings {
 /// A family and its lines in the log.
 struct Family {
   bool ipv4;
-  const wchar_t* literalChecked;
-  const wchar_t* nameFailed;
-  const wchar_t* noFqdn;
-  const wchar_t* noPrimary;
+  WideFormat<> literalChecked;
+  WideFormat<> nameFailed;
+  WideFormat<const wchar_t*> noFqdn;
+  WideFormat<> noPrimary;
 };
 
 constexpr Family kIpv4 = {

@@ -33,11 +33,13 @@ void StoreInfrastructureNode(const Json::Value& arguments) {
            host.c_str(), url.c_str());
 }
 
+using IdentityLine = WideFormat<const wchar_t*, const wchar_t*, const wchar_t*>;
+
 /// \param addresses  Name of the member with the certificate's addresses.
 /// \param names      Name of the member with the certificate's names.
 /// \param line       Log line with places for the three texts.
 ComponentIdentity ReadIdentity(const Json::Value& arguments, const char* addresses,
-                               const char* names, const wchar_t* line) {
+                               const char* names, const IdentityLine& line) {
   LogScope log;
   const std::wstring pnid = Text(arguments, "appliance.net.pnid");
   const std::wstring addressList = Text(arguments, addresses);

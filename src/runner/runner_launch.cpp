@@ -4,6 +4,7 @@
 
 #include "core/automated_tum_upgrade.h"
 #include "core/environment.h"
+#include "core/format_into.h"
 #include "core/logging.h"
 #include "core/property_store.h"
 #include "core/temp_directory.h"
@@ -100,9 +101,9 @@ std::wstring RunnerLaunch::CommandLine(const std::wstring& script) const {
   constexpr std::size_t kRoom = 2048;
   wchar_t line[kRoom] = {};
   // A line that doesn't fit is cut, and the child is left to complain about it.
-  (void)_snwprintf_s(line, kRoom, _TRUNCATE, L"\"%ws\" \"%ws\" %ws --outputFile=\"%ws\"",
-                     (baseFolder_ + kInterpreter).c_str(), script.c_str(), arguments_.c_str(),
-                     outputPath_.c_str());
+  (void)FormatInto(line, L"\"%ws\" \"%ws\" %ws --outputFile=\"%ws\"",
+                   (baseFolder_ + kInterpreter).c_str(), script.c_str(), arguments_.c_str(),
+                   outputPath_.c_str());
   return line;
 }
 

@@ -13,7 +13,7 @@ constexpr DWORD kComOfOneThread = COINIT_APARTMENTTHREADED | COINIT_DISABLE_OLE1
 LONG PortNumber(std::uint32_t port) { return static_cast<LONG>(port); }
 
 /// \param failure  The text of the error's line, with one place for the result.
-bool Passed(LogScope& log, HRESULT result, const wchar_t* failure) {
+bool Passed(LogScope& log, HRESULT result, const WideFormat<HRESULT>& failure) {
   if (!FAILED(result)) return true;
   log.Error(failure, result);
   return false;

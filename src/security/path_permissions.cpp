@@ -118,7 +118,7 @@ Host::UniqueObjectSecurity InheritFrom(PSECURITY_DESCRIPTOR folder, bool isConta
 
 /// Asks what a descriptor grants to administrators.
 /// \param failure  Log line for a failure.
-bool CheckAdministrators(PSECURITY_DESCRIPTOR descriptor, const wchar_t* failure,
+bool CheckAdministrators(PSECURITY_DESCRIPTOR descriptor, const WideFormat<>& failure,
                          PathPermissions& permissions) {
   std::array<std::byte, 2048> sid = {};
   auto size = static_cast<DWORD>(sid.size());

@@ -1,5 +1,6 @@
 #include "transfer/archive_check.h"
 
+#include "core/format_into.h"
 #include "core/json_files.h"
 #include "core/logging.h"
 #include "core/property_store.h"
@@ -48,8 +49,8 @@ std::wstring ToolCommandLine(const std::wstring& interpreter, const std::wstring
   constexpr std::size_t kRoom = 2048;
   wchar_t line[kRoom] = {};
   // A line that doesn't fit is cut, and the tool is left to complain about it.
-  (void)_snwprintf_s(line, kRoom, _TRUNCATE, L"\"%ws\" \"%ws\" %ws --result \"%ws\"",
-                     interpreter.c_str(), tool.c_str(), arguments.c_str(), resultFile.c_str());
+  (void)FormatInto(line, L"\"%ws\" \"%ws\" %ws --result \"%ws\"", interpreter.c_str(), tool.c_str(),
+                   arguments.c_str(), resultFile.c_str());
   return line;
 }
 

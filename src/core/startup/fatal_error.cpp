@@ -14,7 +14,7 @@ std::wstring ShowAndStoreError(unsigned int id, const std::vector<std::wstring>&
   return english;
 }
 
-void ReportFatal(const wchar_t* logFormat, unsigned int id,
+void ReportFatal(const WideFormat<const wchar_t*>& logFormat, unsigned int id,
                  const std::vector<std::wstring>& arguments) {
   LogScope log;
   log.Error(logFormat, ShowAndStoreError(id, arguments).c_str());

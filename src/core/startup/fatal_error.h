@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "core/wide_format.h"
+
 namespace Halvard {
 
 /// Ends a step of start-up with a message: on the console in the operator's language, in English in
@@ -13,7 +15,7 @@ std::wstring ShowAndStoreError(unsigned int id, const std::vector<std::wstring>&
 
 /// The same, with the English text as an error line in the log.
 /// \param logFormat  The log line, with %s for the text.
-void ReportFatal(const wchar_t* logFormat, unsigned int id,
+void ReportFatal(const WideFormat<const wchar_t*>& logFormat, unsigned int id,
                  const std::vector<std::wstring>& arguments = {});
 
 }  // namespace Halvard

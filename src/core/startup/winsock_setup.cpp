@@ -17,7 +17,7 @@ WSASetup::WSASetup() {
   const int error = WSAStartup(kWinsockVersion, &data);
   started_ = error == 0;
   if (!started_) {
-    log.Error(L"WSASetup::WSASetup: Failed to initialize Winsock, Error Code: [%ld]", long{error});
+    log.Error(L"WSASetup::WSASetup: Failed to initialize Winsock, Error Code: [%ld]", LONG{error});
   }
 }
 
