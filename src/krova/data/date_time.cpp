@@ -1,6 +1,7 @@
 #include "krova/data/date_time.h"
 
 #include <cstddef>
+#include <locale>
 
 #include <boost/date_time/gregorian/gregorian_types.hpp>
 #include <boost/date_time/posix_time/posix_time_types.hpp>
@@ -52,9 +53,9 @@ bool IsTimeOfDay(std::string_view text) {
 
 std::string Print(long long year, long long month, long long day, long long hour, long long minute,
                   long long second, long long milliseconds) {
-  return (boost::format("%04d-%02d-%02dT%02d:%02d:%02d.%03dZ") % year % month % day % hour %
-          minute % second % milliseconds)
-      .str();
+  // The locale of the process may group the digits of the year.
+  boost::format text("%04d-%02d-%02dT%02d:%02d:%02d.%03dZ", std::locale::classic());
+  return (text % year % month % day % hour % minute % second % milliseconds).str();
 }
 
 }  // namespace

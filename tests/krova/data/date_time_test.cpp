@@ -1,6 +1,10 @@
 #include "krova/data/date_time.h"
 
 #include <gtest/gtest.h>
+
+#include <locale>
+#include <string>
+
 #include <boost/date_time/posix_time/posix_time_types.hpp>
 
 namespace Krova::Data {
@@ -67,6 +71,21 @@ TEST(DateTime, FromPtimePrintsMilliseconds) {
   EXPECT_EQ(time.GetText(), "2024-02-29T07:08:09.012Z");
   EXPECT_TRUE(DateTime::FromPtime(pt::ptime(pt::max_date_time), time));
   EXPECT_EQ(time.GetText(), "9999-12-31T23:59:59.999Z");
+}
+
+/// Groups digits by three.
+struct Grouping : std::numpunct<char> {
+  std::string do_grouping() const override { return "\3"; }
+};
+
+TEST(DateTime, LooksTheSameInEveryLocaleOfTheProcess) {
+  const std::locale before =
+      std::locale::global(std::locale(std::locale::classic(), new Grouping()));
+  DateTime time;
+  EXPECT_TRUE(
+      DateTime::FromPtime(boost::posix_time::ptime(boost::gregorian::date(2024, 2, 29)), time));
+  std::locale::global(before);
+  EXPECT_EQ(time.GetText(), "2024-02-29T00:00:00.000Z");
 }
 
 TEST(DateTime, FromPtimeRefusesSpecialValues) {
