@@ -169,6 +169,20 @@ TEST_F(RequestHandler, ErrorOfTheMethodIsAResult) {
                   R"({"messages":[]}}}}})"));
 }
 
+TEST_F(RequestHandler, MalformedChunkIsAFailureToReadAndNeverACall) {
+  std::atomic<int> calls = 0;
+  provider_->play = [&](const Call&) { ++calls; };
+  for (const char* body : {"x\r\n", "-1\r\n"}) {
+    const std::string head =
+        std::string("POST /api HTTP/1.1\r\n") + kJson + "Transfer-Encoding: chunked\r\n";
+    EXPECT_EQ(Exchange(head + "\r\n" + body), "") << body;
+    EXPECT_EQ(Exchange(head + kAcceptFrames + "\r\n" + body),
+              std::string(kFramedHead) + "0\r\n\r\n")
+        << body;
+  }
+  EXPECT_EQ(calls, 0);
+}
+
 TEST_F(RequestHandler, BodyOverTheLimitIsCutAndThereforeNoJson) {
   const std::string body = "\"" + std::string(1048576, 'x') + "\"";
   EXPECT_THAT(Exchange(MakeRequest(kJson, body)), HasSubstr("-32700"));
