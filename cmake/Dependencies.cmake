@@ -52,7 +52,7 @@ find_package(Boost 1.81 REQUIRED
 find_package(OpenSSL 3.0 REQUIRED)
 if(NOT WIN32)
   # What of Asio and Beast isn't a template is compiled once, not with each source that includes them.
-  # The Windows linker wouldn't bear it beside the copy in the static Boost.Log.
+  # Not in the Windows build, whose static Boost.Log may bring a second copy: untried.
   add_library(halvard_asio STATIC ${CMAKE_SOURCE_DIR}/cmake/asio.cpp)
   set(separate BOOST_ASIO_SEPARATE_COMPILATION BOOST_BEAST_SEPARATE_COMPILATION)
   target_compile_definitions(halvard_asio PRIVATE ${separate})
