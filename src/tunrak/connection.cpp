@@ -1,6 +1,7 @@
 #include "tunrak/connection.h"
 
 #include <boost/asio/connect.hpp>
+#include <boost/asio/ssl/error.hpp>
 #include <boost/beast/http/parser.hpp>
 #include <boost/beast/http/read.hpp>
 #include <boost/beast/http/string_body.hpp>

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <openssl/err.h>
 
+#include <boost/asio/ssl/error.hpp>
 #include <thread>
 #include <vector>
 

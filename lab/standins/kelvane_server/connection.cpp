@@ -1,6 +1,7 @@
 #include "connection.h"
 
 #include <boost/asio/as_tuple.hpp>
+#include <boost/asio/ssl/error.hpp>
 #include <boost/asio/ssl/stream.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <boost/asio/use_awaitable.hpp>
