@@ -39,6 +39,8 @@ class Narrator:
         """Runs a test of what is there now; its answer, a text, goes into the table.
         Returns whether it holds. A failure doesn't keep others from being looked at."""
         started = time.monotonic()
+        # Some take minutes, with gigabytes to read.
+        self.line(f'   {name}')
         try:
             found = test(*arguments)
         except Exception as failure:  # pylint: disable=broad-except; whatever it is, it isn't well
