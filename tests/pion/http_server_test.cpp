@@ -56,6 +56,28 @@ TEST_F(HttpServer, AnswersAndClosesWhenTheClientSaysClose) {
   EXPECT_EQ(end_, boost::asio::error::eof);
 }
 
+/// \return What came of connecting to the server by \p address.
+boost::system::error_code connect_by(const boost::asio::ip::address& address, std::uint16_t port) {
+  boost::asio::io_context service;
+  boost::asio::ip::tcp::socket socket(service);
+  boost::system::error_code error;
+  socket.connect({address, port}, error);
+  return error;
+}
+
+TEST_F(HttpServer, OnIpv6RefusesIpv4Clients) {
+  server_->set_endpoint({boost::asio::ip::address_v6::any(), 0});
+  try {
+    start();
+  } catch (const boost::system::system_error& error) {
+    GTEST_SKIP() << "this computer has no IPv6: " << error.what();
+  }
+  const std::uint16_t port = server_->get_port();
+  EXPECT_FALSE(connect_by(boost::asio::ip::address_v6::loopback(), port));
+  EXPECT_EQ(connect_by(boost::asio::ip::address_v4::loopback(), port),
+            boost::asio::error::connection_refused);
+}
+
 TEST_F(HttpServer, AnswersInVersion11ToAnOlderClientAndCloses) {
   for (const char* header : {"", "Connection: keep-alive\r\n"}) {
     const std::string response = exchange(std::string("GET /api HTTP/1.0\r\n") + header + "\r\n");

@@ -150,10 +150,11 @@ TEST_F(HttpsServerTest, ListensOnIpv4WhenTheAdapterHasIpv6Off) {
                                           L"listen on IPv4 network.")));
 }
 
-TEST_F(HttpsServerTest, ListensOnIpv6WhenTheAdapterHasIt) {
+TEST_F(HttpsServerTest, ListensOnIpv6AloneWhenTheAdapterHasIt) {
   SetIpv6(true);
   ASSERT_TRUE(Start());
   EXPECT_FALSE(Connect(ip::address_v6::loopback(), port_));
+  EXPECT_TRUE(Connect(ip::address_v4::loopback(), port_));
   EXPECT_THAT(OwnLog(), Contains(InfoLine(L"SetupAndStartHttpsServer: Setting up Halvard to "
                                           L"listen on IPv6 network.")));
 }

@@ -1,7 +1,9 @@
 """The installer of the new appliance: hvctl, which drives the agent from its side."""
 
+import socket
 import threading
 
+from narrator import StepFailed
 from processes import Run
 from world import ADMINISTRATOR, APPLIANCE, QUESTION
 
@@ -51,9 +53,20 @@ def environment_of(world, ssh_password):
             'HVCTL_KNOWN_AGENTS': str(world.scratch / 'known_agents'), 'LANG': 'C.UTF-8'}
 
 
+def host_of(status):
+    """The loopback address of the family that the agent listens on, which follows its adapter."""
+    for host in ('127.0.0.1', '::1'):
+        try:
+            socket.create_connection((host, int(status['port']))).close()
+            return host
+        except OSError:
+            pass
+    raise StepFailed(f'nobody listens on port {status["port"]}')
+
+
 def ask(world, status, command, *arguments):
     """One command of the client. Returns its exit code and output."""
-    run = Run([str(world.programs / 'hvctl'), command, '--host', '127.0.0.1', '--port',
+    run = Run([str(world.programs / 'hvctl'), command, '--host', host_of(status), '--port',
                status['port'], '--thumbprint', status['thumbprint'], '--user', ADMINISTRATOR,
                '--locale', world.settings.locale, *arguments],
               environment_of(world, world.ssh_password), world.narrator, '  hvctl | ')
@@ -64,7 +77,7 @@ def migrate(world, status, thumbprint=None, ssh_password=None, answers=True):
     """A whole migration. Returns the client's exit code and output."""
     facts = world.appliance.facts
     answer = ['--answer', f'{QUESTION["id"]}=yes'] if answers else []
-    run = Run([str(world.programs / 'hvctl'), 'migrate', '--host', '127.0.0.1', '--port',
+    run = Run([str(world.programs / 'hvctl'), 'migrate', '--host', host_of(status), '--port',
                status['port'], '--thumbprint', status['thumbprint'], '--user', ADMINISTRATOR,
                '--locale', world.settings.locale, '--ssh-server', APPLIANCE, '--ssh-folder',
                facts['folder'], '--ssh-user', facts['user'], '--ssh-thumbprint',

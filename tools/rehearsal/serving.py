@@ -6,6 +6,7 @@ import sys
 import time
 
 import whole_migration
+from installer import host_of
 from narrator import StepFailed
 from processes import Agent
 from world import ADMINISTRATOR, APPLIANCE
@@ -37,7 +38,7 @@ def announce(world, status, agent):
     """One line on standard output, which has nothing else on it."""
     facts = world.appliance.facts
     sys.stdout.write(json.dumps({
-        'host': '127.0.0.1', 'port': int(status['port']), 'thumbprint': status['thumbprint'],
+        'host': host_of(status), 'port': int(status['port']), 'thumbprint': status['thumbprint'],
         'user': ADMINISTRATOR, 'password': world.password, 'instance': str(world.machine.folder),
         'pid': agent.pid,
         'ssh': {'server': APPLIANCE, 'folder': facts['folder'], 'user': facts['user'],

@@ -2,6 +2,7 @@
 
 #include <openssl/ssl.h>
 
+#include <boost/asio/ip/v6_only.hpp>
 #include <boost/asio/post.hpp>
 #include <boost/system/system_error.hpp>
 #include <chrono>
@@ -71,7 +72,8 @@ void server::open_acceptor() {
   const std::lock_guard lock(acceptor_mutex_);
   acceptor_.open(endpoint_.protocol());
   if (reuse_address) acceptor_.set_option(asio::ip::tcp::acceptor::reuse_address(true));
-  // Whether an IPv6 listener takes IPv4 clients too is left to the system; Windows refuses them.
+  // One family only, as Windows has it by default: IPv4 clients don't come in mapped.
+  if (endpoint_.address().is_v6()) acceptor_.set_option(asio::ip::v6_only(true));
   acceptor_.bind(endpoint_);
   if (endpoint_.port() == 0) endpoint_ = acceptor_.local_endpoint();
   acceptor_.listen();
