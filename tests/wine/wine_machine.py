@@ -26,6 +26,7 @@ WHOLE_AGENT = BUILD / 'tests' / 'halvard_on_wine.exe'
 SCRIPTED_AGENT = BUILD / 'tests' / 'halvard_scripted.exe'
 CLIENT = BUILD / 'bin' / 'hvctl.exe'
 CONSOLE_PROBE = BUILD / 'tests' / 'console_probe.exe'
+PROCESS_PROBE = BUILD / 'tests' / 'process_probe.exe'
 # Languages of the host, made on demand.
 LOCALES = BUILD / 'wine-locales'
 
