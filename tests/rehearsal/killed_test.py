@@ -101,6 +101,8 @@ class Killed(unittest.TestCase):
         checks.nothing_left_behind(world)
         self.assertEqual(traces(world.machine), self.usual_traces)
 
+
+class BeforeTheExport(Killed):
     def test_at_the_prompt(self):
         self.kill_in('prompt')
 
@@ -116,6 +118,8 @@ class Killed(unittest.TestCase):
     def test_while_the_clients_prechecks_run(self):
         self.kill_in('client\'s prechecks')
 
+
+class FromTheExportOn(Killed):
     def test_while_it_exports(self):
         self.kill_in('export')
 
