@@ -7,41 +7,19 @@
 #include "host/windows_api.h"
 
 namespace Halvard {
-namespace {
-
-/// Formatting reads all that a line is given.
-void Format(const wchar_t* format, va_list arguments) {
-  wchar_t buffer[256];
-  (void)_vsnwprintf_s(buffer, 256, _TRUNCATE, format, arguments);
-}
-
-}  // namespace
 
 LogScope::LogScope(std::wstring, std::wstring) {}
 LogScope::~LogScope() = default;
 
-void LogScope::Info(const wchar_t* format, ...) {
+// Formatting reads all that a line is given.
+void LogScope::Write(char level, const wchar_t* format, ...) {
+  if (level == 'D') return;
+  wchar_t buffer[256];
   va_list arguments;
   va_start(arguments, format);
-  Format(format, arguments);
+  (void)_vsnwprintf_s(buffer, 256, _TRUNCATE, format, arguments);
   va_end(arguments);
 }
-
-void LogScope::Warn(const wchar_t* format, ...) {
-  va_list arguments;
-  va_start(arguments, format);
-  Format(format, arguments);
-  va_end(arguments);
-}
-
-void LogScope::Error(const wchar_t* format, ...) {
-  va_list arguments;
-  va_start(arguments, format);
-  Format(format, arguments);
-  va_end(arguments);
-}
-
-void LogScope::Debug(const wchar_t*, ...) {}
 
 std::wstring GetLocalizedString(unsigned int id) { return L"<" + std::to_wstring(id) + L">"; }
 
