@@ -8,6 +8,7 @@
 
 #include "failure.h"
 #include "operation_inputs.h"
+#include "temp_file.h"
 
 namespace Hvctl {
 namespace {
@@ -33,7 +34,7 @@ class SettingsFileTest : public testing::Test {
     return {};
   }
 
-  const std::filesystem::path file_ = std::filesystem::path(testing::TempDir()) / "hvctl settings";
+  const std::filesystem::path file_ = TempFile();
   MigrationSettings settings_;
   Endpoint agent_;
   std::optional<std::string> thumbprint_;

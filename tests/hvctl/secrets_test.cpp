@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "failure.h"
+#include "temp_file.h"
 
 namespace Hvctl {
 namespace {
@@ -40,7 +41,7 @@ class GetSecretTest : public testing::Test {
 
   const Parameter parameter_{"--test-file",       "test",  Parameter::Kind::kSecret, false, "",
                              "HVCTL_TEST_SECRET", "Test: "};
-  const std::filesystem::path file_ = std::filesystem::path(testing::TempDir()) / "hvctl secret";
+  const std::filesystem::path file_ = TempFile();
   std::istringstream input_;
 };
 

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include "temp_file.h"
+
 namespace Hvctl {
 namespace {
 
@@ -44,7 +46,7 @@ class ZipProblemTest : public testing::Test {
     return ZipProblem(file_);
   }
 
-  const std::filesystem::path file_ = std::filesystem::path(testing::TempDir()) / "hvctl zip";
+  const std::filesystem::path file_ = TempFile();
 };
 
 TEST_F(ZipProblemTest, WholeFilesAreTakenInEachForm) {

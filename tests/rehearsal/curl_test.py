@@ -22,10 +22,6 @@ REQUEST = '''{"jsonrpc": "2.0", "id": "by hand", "method": "invoke", "params": {
   "ctx": {"appCtx": {}, "securityCtx": {}}}}'''
 
 
-def url_host(address):
-    return f'[{address}]' if ':' in address else address
-
-
 class DrivenByCurl(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
@@ -48,7 +44,7 @@ class DrivenByCurl(unittest.TestCase):
         """The reply to one request; members are those beside the credentials."""
         document = {'locale': 'en', 'sso_username': self.place['user'],
                     'sso_password': self.place['password'], **members}
-        url = f'https://{url_host(self.place["host"])}:{self.place["port"]}/api'
+        url = f'https://{programs.url_host(self.place["host"])}:{self.place["port"]}/api'
         sent = subprocess.run(
             ['curl', '--silent', '--show-error', '--insecure', '--fail',
              '--header', 'Content-Type: application/json', '--header', 'Accept: application/json',

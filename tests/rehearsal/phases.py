@@ -23,6 +23,7 @@ import programs
 sys.path.insert(0, str(programs.TREE / 'tools' / 'rehearsal'))
 
 import processes  # noqa: E402
+from installer import host_of  # noqa: E402
 from lab_machine import LabMachine  # noqa: E402
 from narrator import Narrator  # noqa: E402
 from world import ADMINISTRATOR, APPLIANCE, APPLIANCE_ADDRESS, Settings, World  # noqa: E402
@@ -267,7 +268,7 @@ class Scenario:
         document = {'locale': 'en', 'sso_username': ADMINISTRATOR,
                     'sso_password': self.world.password, **members}
         request = urllib.request.Request(
-            f'https://127.0.0.1:{self.status["port"]}/api',
+            f'https://{programs.url_host(host_of(self.status))}:{self.status["port"]}/api',
             data=(REQUEST % (operation, json.dumps(json.dumps(document)))).encode(),
             headers={'Content-Type': 'application/json', 'Accept': 'application/json'})
         context = ssl.create_default_context()

@@ -21,3 +21,8 @@ def skip_without_appliance(folder):
     if tried.returncode != 0:
         print(f'Skipped: {tried.stderr.strip()}')
         sys.exit(SKIPPED)
+
+
+def url_host(address):
+    """An address as it stands in a URL."""
+    return f'[{address}]' if ':' in address else address
