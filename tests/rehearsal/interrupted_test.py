@@ -92,6 +92,8 @@ class BeforeTheServer(Interrupted):
 
     def test_closed_while_it_extracts(self):
         self.reach('extraction')
+        # The agent goes on for as long as it may, and would serve by then.
+        self.scenario.hang_requirements()
         self.start_second()
         self.agent.signal(CLOSE)
         self.agent.signal(signal.SIGCONT)
