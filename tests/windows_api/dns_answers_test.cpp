@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "address_texts.h"
 #include "started_sockets.h"
 #include "support.h"
 
@@ -15,9 +16,6 @@ using WindowsApi::StartedSockets;
 
 struct FreeRecords {
   void operator()(void* list) const { DnsFree(list, DnsFreeRecordList); }
-};
-struct FreeList {
-  void operator()(PADDRINFOW list) const { FreeAddrInfoW(list); }
 };
 
 class DnsAnswers : public ::testing::Test {
@@ -43,20 +41,7 @@ class DnsAnswers : public ::testing::Test {
     return status;
   }
   INT Resolve(const wchar_t* name, int family) {
-    ADDRINFOW hints = {};
-    hints.ai_family = family;
-    PADDRINFOW list = nullptr;
-    const INT code = GetAddrInfoW(name, nullptr, &hints, &list);
-    const std::unique_ptr<ADDRINFOW, FreeList> owner(list);
-    texts_.clear();
-    for (const ADDRINFOW* entry = list; entry != nullptr; entry = entry->ai_next) {
-      wchar_t text[NI_MAXHOST] = {};
-      EXPECT_EQ(GetNameInfoW(entry->ai_addr, static_cast<socklen_t>(entry->ai_addrlen), text,
-                             NI_MAXHOST, nullptr, 0, NI_NUMERICHOST),
-                0);
-      texts_.emplace_back(text);
-    }
-    return code;
+    return WindowsApi::LookUp(name, family, 0, texts_);
   }
 
   const StartedSockets sockets_;

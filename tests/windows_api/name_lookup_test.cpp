@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "address_texts.h"
 #include "started_sockets.h"
 #include "support.h"
 
@@ -12,29 +13,11 @@ namespace {
 
 using WindowsApi::StartedSockets;
 
-struct FreeList {
-  void operator()(PADDRINFOW list) const { FreeAddrInfoW(list); }
-};
-
 class NameLookup : public ::testing::Test {
  protected:
   /// \return The code; the texts of the addresses are in texts_ then.
   INT Ask(const wchar_t* name, int family, int flags) {
-    ADDRINFOW hints = {};
-    hints.ai_family = family;
-    hints.ai_flags = flags;
-    PADDRINFOW list = nullptr;
-    const INT code = GetAddrInfoW(name, nullptr, &hints, &list);
-    const std::unique_ptr<ADDRINFOW, FreeList> owner(list);
-    texts_.clear();
-    for (const ADDRINFOW* entry = list; entry != nullptr; entry = entry->ai_next) {
-      wchar_t text[NI_MAXHOST] = {};
-      EXPECT_EQ(GetNameInfoW(entry->ai_addr, static_cast<socklen_t>(entry->ai_addrlen), text,
-                             NI_MAXHOST, nullptr, 0, NI_NUMERICHOST),
-                0);
-      texts_.emplace_back(text);
-    }
-    return code;
+    return WindowsApi::LookUp(name, family, flags, texts_);
   }
 
   const StartedSockets sockets_;

@@ -10,12 +10,12 @@
 #include <array>
 #include <csignal>
 #include <cstdio>
-#include <exception>
 #include <string>
 
 #include "config.h"
 #include "journal.h"
 #include "server.h"
+#include "standins/host_server/program.h"
 
 namespace {
 
@@ -99,16 +99,5 @@ int main(int argc, char** argv) {
   CLI::App app{"A Kelvane Server of the lab, with its lookup service."};
   Options options;
   AddOptions(app, options);
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? 0 : 2;
-  }
-  try {
-    Run(options);
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "kelvane-server: %s\n", error.what());
-    return 1;
-  }
-  return 0;
+  return Lab::RunProgram(app, argc, argv, "kelvane-server", [&options] { Run(options); });
 }

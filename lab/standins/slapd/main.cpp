@@ -4,11 +4,11 @@
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
-#include <exception>
 #include <optional>
 #include <stdexcept>
 #include <string>
 
+#include "standins/host_server/program.h"
 #include "standins/host_server/program_end.h"
 #include "standins/slapd/slapd.h"
 
@@ -66,16 +66,5 @@ int main(int argc, char** argv) {
   CLI::App app{"A directory of Single Sign-On of the lab: the real slapd on a port of its own."};
   Options options;
   AddOptions(app, options);
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? 0 : 2;
-  }
-  try {
-    Run(options);
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "lab-slapd: %s\n", error.what());
-    return 1;
-  }
-  return 0;
+  return Lab::RunProgram(app, argc, argv, "lab-slapd", [&options] { Run(options); });
 }

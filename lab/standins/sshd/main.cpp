@@ -4,10 +4,10 @@
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
-#include <exception>
 #include <memory>
 #include <string>
 
+#include "standins/host_server/program.h"
 #include "standins/host_server/program_end.h"
 #include "standins/sshd/sshd.h"
 #include "standins/sshd/tcp_relay.h"
@@ -87,16 +87,5 @@ int main(int argc, char** argv) {
       "An appliance of the lab: the real sshd, alone on this host with a user of its own."};
   Options options;
   AddOptions(app, options);
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? 0 : 2;
-  }
-  try {
-    Run(options);
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "lab-sshd: %s\n", error.what());
-    return 1;
-  }
-  return 0;
+  return Lab::RunProgram(app, argc, argv, "lab-sshd", [&options] { Run(options); });
 }
