@@ -61,6 +61,8 @@ class ScriptedServer::Play {
     tls_.use_certificate_chain(asio::buffer(certificate_.certificate));
     tls_.use_private_key(asio::buffer(certificate_.key), asio::ssl::context::pem);
     asio::co_spawn(service_, Run(), asio::detached);
+    // The first accept is begun here: a test may leave the process without descriptors next.
+    service_.poll();
     thread_ = std::thread([this] { service_.run(); });
   }
 

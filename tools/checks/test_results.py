@@ -15,8 +15,10 @@ from typing import List, NamedTuple
 # What CTest says of a test that chose to be skipped. Any other test that didn't run is a failure:
 # its program is missing.
 CHOSEN_SKIPS = ('SKIP_REGULAR_EXPRESSION_MATCHED', 'SKIP_RETURN_CODE')
-# "file.cpp:12: Skipped", the reason on the lines up to the verdict.
-REASON = re.compile(r'^\S+: Skipped$\n(.*?)^\[  SKIPPED \]', re.MULTILINE | re.DOTALL)
+# Of a GoogleTest program: "file.cpp:12: Skipped", the reason on the lines up to the verdict. Of a
+# script: "Skipped: " and the reason.
+REASONS = (re.compile(r'^\S+: Skipped$\n(.*?)^\[  SKIPPED \]', re.MULTILINE | re.DOTALL),
+           re.compile(r'^Skipped: (.*)$', re.MULTILINE))
 
 
 class Result(NamedTuple):
@@ -26,9 +28,10 @@ class Result(NamedTuple):
 
 
 def skip_reason(output: str) -> str:
-    match = REASON.search(output.replace('\r\n', '\n'))
-    reason = ' '.join(match.group(1).split()) if match else ''
-    return reason or 'no reason given'
+    output = output.replace('\r\n', '\n')
+    found = (reason.search(output) for reason in REASONS)
+    told = next((' '.join(match.group(1).split()) for match in found if match), '')
+    return told or 'no reason given'
 
 
 def result_of(case: ElementTree.Element) -> Result:

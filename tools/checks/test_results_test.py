@@ -20,6 +20,9 @@ no zone
 here
 [  SKIPPED ] a.Skips (0 ms)
 </system-out></testcase>'''
+SKIPPED_SCRIPT = '''<testcase name="c.script" status="notrun">
+<skipped message="SKIP_RETURN_CODE=77"/><system-out>Skipped: no mounts
+</system-out></testcase>'''
 MISSING = '''<testcase name="b_NOT_BUILT" status="notrun">
 <skipped message="Unable to find executable"/></testcase>'''
 
@@ -55,6 +58,10 @@ class TestResultsTest(unittest.TestCase):
         self.assertEqual(status, 0)
         self.assertEqual(lines, ['skipped (native): a.Skips: no zone here',
                                  '1 passed, 0 failed, 1 skipped'])
+
+    def test_a_skipped_script_tells_its_reason(self):
+        _, lines = self.run_on(PASSED, SKIPPED_SCRIPT)
+        self.assertEqual(lines[0], 'skipped (native): c.script: no mounts')
 
     def test_a_reason_is_found_in_output_with_carriage_returns(self):
         _, lines = self.run_on(PASSED, SKIPPED.replace('\n', '&#13;\n'))
