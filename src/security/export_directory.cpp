@@ -14,12 +14,22 @@
 namespace Halvard::Security {
 namespace {
 
-/// Shows a message and logs it in English.
-/// \return False, for the caller to hand on.
-bool Refuse(unsigned int message, const std::vector<std::wstring>& arguments = {}) {
+using Arguments = std::vector<std::wstring>;
+
+void LogInEnglish(unsigned int message, const Arguments& arguments) {
   LogScope log;
+  log.Info(L"ValidateExportDir: %s", GetLocalizedStringIn(message, arguments, "en").c_str());
+}
+
+void Show(unsigned int message, const Arguments& arguments) {
   PrintLine(GetLocalizedString(message, arguments));
-  log.Error(L"ValidateExportDir: %s", GetLocalizedStringIn(message, arguments, "en").c_str());
+}
+
+/// Logs a message and shows it.
+/// \return False, for the caller to hand on.
+bool Refuse(unsigned int message, const Arguments& arguments = {}) {
+  LogInEnglish(message, arguments);
+  Show(message, arguments);
   return false;
 }
 
@@ -49,7 +59,7 @@ bool ReadFreeSpace(const std::wstring& folder, std::uint64_t& mebibytes) {
   LogScope log;
   const std::wstring text = L"Unable to obtain disk free space for export directory: " + folder;
   log.Error(L"ValidateExportDir: %s: %u", text.c_str(), error);
-  PrintLine(GetLocalizedString(1001, folder));
+  Show(1001, {folder});
   return false;
 }
 
@@ -62,7 +72,10 @@ bool HasRoom(const std::wstring& folder, int required) {
   log.Info(L"ValidateExportDir: Required space: %d; FreeSpace: %d", required,
            static_cast<int>(free));
   if (required <= static_cast<std::int64_t>(free)) return true;
-  return Refuse(1002, {folder, std::to_wstring(required), std::to_wstring(free)});
+  const Arguments sizes = {folder, std::to_wstring(required), std::to_wstring(free)};
+  Show(1002, sizes);
+  LogInEnglish(1002, sizes);
+  return false;
 }
 
 }  // namespace

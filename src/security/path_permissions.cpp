@@ -50,24 +50,25 @@ DWORD OpenOwnToken(Host::UniqueHandle& token) {
 
 /// The token of the calling thread. One that acts for nobody in particular gets one for the moment
 /// in which it is taken.
-/// \return Null after a failure, which is logged.
+/// \return Null after a failure, which is logged as information: the error is whoever's that asked
+///         for the rights.
 Host::UniqueHandle TakeThreadToken() {
   LogScope log;
   Host::UniqueHandle token;
   DWORD error = OpenOwnToken(token);
   if (error == ERROR_NO_TOKEN) {
     if (!ImpersonateSelf(SecurityImpersonation)) {
-      log.Error(L"GetPathPermissions: Failed to impersonate self: %d", GetLastError());
+      log.Info(L"GetPathPermissions: Failed to impersonate self: %d", GetLastError());
       return Host::UniqueHandle();
     }
     error = OpenOwnToken(token);
     if (!RevertToSelf()) {
-      log.Error(L"GetPathPermissions: Failed to revert: %d", GetLastError());
+      log.Info(L"GetPathPermissions: Failed to revert: %d", GetLastError());
       return Host::UniqueHandle();
     }
   }
   if (error != ERROR_SUCCESS) {
-    log.Error(L"GetPathPermissions: Failed to open thread token: %d", error);
+    log.Info(L"GetPathPermissions: Failed to open thread token: %d", error);
   }
   return token;
 }
@@ -117,7 +118,7 @@ Host::UniqueObjectSecurity InheritFrom(PSECURITY_DESCRIPTOR folder, bool isConta
 }
 
 /// Asks what a descriptor grants to administrators.
-/// \param failure  Log line for a failure.
+/// \param failure  Log line for a failure. Information, beside the error of what failed.
 bool CheckAdministrators(PSECURITY_DESCRIPTOR descriptor, const WideFormat<>& failure,
                          PathPermissions& permissions) {
   std::array<std::byte, 2048> sid = {};
@@ -127,7 +128,7 @@ bool CheckAdministrators(PSECURITY_DESCRIPTOR descriptor, const WideFormat<>& fa
     return true;
   }
   LogScope log;
-  log.Error(failure);
+  log.Info(failure);
   return false;
 }
 

@@ -1,5 +1,7 @@
 #include "security/export_directory.h"
 
+#include <utility>
+
 #include "core/core_test.h"
 #include "core/startup/process_test.h"
 #include "support/console_capture.h"
@@ -73,7 +75,7 @@ TEST_F(ExportDirectory, AnEmptyPathIsRefused) {
   gProperties[L"EXPORT_DIR"] = L"";
   EXPECT_FALSE(Validate());
   EXPECT_EQ(console_, English(1007) + L"\n");
-  EXPECT_THAT(OwnLog(), ElementsAre(ErrorLine(L"ValidateExportDir: " + English(1007))));
+  EXPECT_THAT(OwnLog(), ElementsAre(InfoLine(L"ValidateExportDir: " + English(1007))));
 }
 
 TEST_F(ExportDirectory, RefusalsSpeakTheOperatorsLanguage) {
@@ -81,7 +83,7 @@ TEST_F(ExportDirectory, RefusalsSpeakTheOperatorsLanguage) {
   gProperties[L"EXPORT_DIR"] = L"";
   EXPECT_FALSE(Validate());
   EXPECT_EQ(console_, Message(1031, 1007) + L"\n");
-  EXPECT_EQ(OwnLog().back(), ErrorLine(L"ValidateExportDir: " + English(1007)));
+  EXPECT_EQ(OwnLog().back(), InfoLine(L"ValidateExportDir: " + English(1007)));
 }
 
 TEST_F(ExportDirectory, OneThatCannotBeMadeIsRefusedWithoutAWordToTheOperator) {
@@ -119,7 +121,7 @@ TEST_F(ExportDirectory, LackingRightsAreTold) {
               Contains(ErrorLine(
                   L"DirectoryPermissionCheck: Halvard lacks required permissions in export path")));
   EXPECT_EQ(OwnLog().back(),
-            ErrorLine(L"ValidateExportDir: " + English(1038, {L"C:\\closed\\export"})));
+            InfoLine(L"ValidateExportDir: " + English(1038, {L"C:\\closed\\export"})));
   EXPECT_EQ(FreeSize(), L"");
   // It was made for the check, and stays.
   EXPECT_TRUE(machine_.FileExists(L"C:\\closed\\export"));
@@ -132,6 +134,24 @@ TEST_F(ExportDirectory, AFileInThePathIsRefused) {
   EXPECT_EQ(console_, English(1038, {L"C:\\file"}) + L"\n");
   EXPECT_THAT(OwnLog(), Contains(ErrorLine(L"DirectoryPermissionCheck: Failed to lookup export "
                                            L"path permissions.")));
+}
+
+// A message that can't be loaded is empty, and the first that is asked for can't be loaded here.
+TEST_F(ExportDirectory, RefusalsAreLoggedAndThenShownButForMissingRoom) {
+  machine_.MakeFolder(L"C:\\closed");
+  SetRights("C:\\closed", "O:SYD:(A;OICI;0x1200a9;;;BA)");
+  const std::pair<const wchar_t*, std::wstring> rows[] = {
+      {L"", English(1007)},
+      {L"C:\\closed\\export", English(1038, {L"C:\\closed\\export"})},
+      {kFolder, L""}};
+  for (const auto& [folder, shown] : rows) {
+    gProperties[L"EXPORT_DIR"] = folder;
+    gProperties[L"EXPORT_DISK_REQ_SIZE"] = L"101";
+    machine_.Remove("/faults");
+    machine_.PlanFault({.function = "LoadStringW", .call = 1, .error = 1814});
+    EXPECT_FALSE(Validate());
+    EXPECT_EQ(console_, shown + L"\n");
+  }
 }
 
 struct Required {
@@ -194,7 +214,7 @@ TEST_F(ExportDirectory, NeedsAsMuchRoomAsIsRequired) {
     if (row.valid) continue;
     const std::wstring text = English(1002, {kFolder, row.read, std::to_wstring(row.free)});
     EXPECT_EQ(console_, text + L"\n");
-    EXPECT_EQ(OwnLog().back(), ErrorLine(L"ValidateExportDir: " + text));
+    EXPECT_EQ(OwnLog().back(), InfoLine(L"ValidateExportDir: " + text));
   }
 }
 
