@@ -32,11 +32,8 @@ class ExportZip {
   bool MakeByHand(std::wstring error, std::wstring& errorText);
 
  private:
-  std::wstring ClientMessage(unsigned int message) const {
-    return GetLocalizedStringIn(message, clientLocale_);
-  }
-  /// \return The message of the step that failed; empty on success.
-  std::wstring Pack() const;
+  /// \return The message of the step that failed; 0 on success.
+  unsigned int Pack() const;
   void AskOperator() const;
 
   LogScope log_;
@@ -45,19 +42,19 @@ class ExportZip {
   const std::string clientLocale_ = WideToUtf8(gProperties[L"MC_LOCALE"].Value());
 };
 
-std::wstring ExportZip::Pack() const {
+unsigned int ExportZip::Pack() const {
   (void)DeleteFileW(zipFile_.c_str());
-  if (!CreateEmptyZipFile(zipFile_)) return ClientMessage(1071);
+  if (!CreateEmptyZipFile(zipFile_)) return 1071;
   // The shell can't pack empty folders.
-  if (!Host::RemoveEmptySubDirectories(exportFolder_)) return ClientMessage(1072);
-  if (!ZipDirectory(exportFolder_, zipFile_, true)) return ClientMessage(1073);
-  return {};
+  if (!Host::RemoveEmptySubDirectories(exportFolder_)) return 1072;
+  if (!ZipDirectory(exportFolder_, zipFile_, true)) return 1073;
+  return 0;
 }
 
 bool ExportZip::MakeByShell(std::wstring& error) {
   PrintLine(GetLocalizedString(1234));
-  error = Pack();
-  if (!error.empty()) {
+  if (const unsigned int failure = Pack(); failure != 0) {
+    error = GetLocalizedStringIn(failure, clientLocale_);
     log_.Error(L"ZipUtil_CreateExportZip: ZipUtil_CreateZipUsingShellApi() failed: %s",
                error.c_str());
     Print(L"\n" + error + L"\n");

@@ -109,6 +109,14 @@ TEST_F(ExportZip, FailureOfEachStepIsToldInTheClientsLanguage) {
   expectFailure(1071);
 }
 
+TEST_F(ExportZip, StepThatFailsFailsWithoutItsMessageToo) {
+  Shell().zip = [this](const std::wstring&, const std::wstring&, bool) { return Pack(), false; };
+  machine_.PlanFault({.function = "LoadStringW", .call = 2, .error = 1814});
+  EXPECT_FALSE(Create());
+  EXPECT_EQ(errorText_, L"");
+  EXPECT_EQ(console_, kCreating + std::wstring(L"\n\n"));
+}
+
 TEST_F(ExportZip, FailedValidationIsToldInTheToolsWords) {
   InstallToolThatSays(kFailedTool);
   EXPECT_FALSE(Create("y\n"));
