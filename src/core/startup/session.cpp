@@ -112,7 +112,8 @@ void StoreAdministrator(const Session& session) {
   gProperties[L"SSO_PASSWORD"] = session.input.ssoPassword;
 }
 
-/// A failed query doesn't stop the run: it counts as an empty inventory.
+/// A failed query doesn't stop the run: it counts as an empty inventory, also where it broke off in
+/// the middle of the count.
 bool SizeInventory(const Session& session) {
   if (!HasKelvaneServer(session)) return true;
   LogScope log;
@@ -122,6 +123,8 @@ bool SizeInventory(const Session& session) {
   if (!ServerClient::GetInventorySize("localhost", port, "", "", WideToUtf8(session.input.ssoUser),
                                       WideToUtf8(session.input.ssoPassword), hosts, machines)) {
     PrintLine(GetLocalizedString(1059));
+    hosts = 0;
+    machines = 0;
   }
   log.Info(L"wmain: Inventory size retrieved. Num of Hosts: %d, Num of VMs: %d", hosts, machines);
   return SetDeploymentSize(hosts, machines);

@@ -175,21 +175,24 @@ TEST(KelvaneServerAtStart, FailedLogoutIsARefusedPassword) {
   EXPECT_THAT(server.Operations(), ElementsAre("RetrieveContent", "Login", "Logout"));
 }
 
-TEST(KelvaneServerAtStart, SessionThatExpiresDuringTheCountLeavesWhatWasCounted) {
+TEST(KelvaneServerAtStart, CountThatBreaksOffIsAnEmptyInventory) {
   Json::Value config = Config();
-  // One request each: the logout of the proof, the hosts of the count.
-  config["session"]["requests"] = 1;
+  // More than are supported, had the count come to its end.
+  config["inventory"]["hosts"] = 1'001;
+  // Two requests a session: the logout of the proof; the two pages of hosts.
+  config["session"]["requests"] = 2;
   const KelvaneServer server(config);
   const ServerMachine machine(server.Port());
 
   const AgentRun run = RunWith(machine, kPassword);
 
-  EXPECT_THAT(run.console, HasSubstr(English(1059) + L"\n"));
+  EXPECT_THAT(run.console, AllOf(HasSubstr(English(1059) + L"\n"), Not(HasSubstr(English(1060)))));
   EXPECT_THAT(
       run.log,
-      AllOf(Contains(WarningLine(L"GetInventorySize: Failed to get the KV inventory size. " +
+      AllOf(Contains(InfoLine(L"GetNumHosts: Aggregated host count: 1001")),
+            Contains(WarningLine(L"GetInventorySize: Failed to get the KV inventory size. " +
                                  Place(server.Port()))),
-            Contains(InfoLine(L"wmain: Inventory size retrieved. Num of Hosts: 12, "
+            Contains(InfoLine(L"wmain: Inventory size retrieved. Num of Hosts: 0, "
                               L"Num of VMs: 0"))));
   EXPECT_THAT(server.Refusals(), IsEmpty());
 }
