@@ -1,3 +1,6 @@
+#include <algorithm>
+#include <iterator>
+
 #include "process_test.h"
 
 namespace Halvard {
@@ -113,6 +116,20 @@ TEST_P(DiscoveryRefusal, SpeaksTheMachinesLanguageAndLogsEnglish) {
 
 INSTANTIATE_TEST_SUITE_P(Machines, DiscoveryRefusal, testing::ValuesIn(kRefusals),
                          [](const auto& row) { return row.param.name; });
+
+TEST(ExtensionsAtStart, AreLookedForWithALineForWhomDebugs) {
+  Lab::Instance machine("infrastructure-5.5-blocked");
+  const Testing::LogLine line = Testing::DebugLine(
+      L"DiscoverExtensionsWithSSO: Discovering if any products/extensions used by KV are installed on BVC machine.");
+  EXPECT_THAT(RunAgent(machine, {L"-p", L"s3cret"}).log, testing::Not(Contains(line)));
+  machine.SetVariable(L"KVS_HV_DEBUG", L"1");
+  const std::vector<Testing::LogLine> log = RunAgent(machine, {L"-p", L"s3cret"}).log;
+  const auto told = std::ranges::find(log, line);
+  ASSERT_NE(told, log.end());
+  EXPECT_EQ(
+      std::next(told)->message,
+      L"GetProductCodeFromUpgradeCode: No products found for UpgradeCode {A0B1C2D3-5555-4A55-8A55-0000000000E5}");
+}
 
 }  // namespace
 }  // namespace Halvard
