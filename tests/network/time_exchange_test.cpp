@@ -162,6 +162,8 @@ TEST_F(TimeExchange, WithoutATimeLimitNothingIsWaitedFor) {
               ElementsAre(asked_, resolved_,
                           ErrorLine(L"ValidateNTPServer: Failed to set timeout for ntp server "
                                     L"connection")));
+  // The limit is set behind the question.
+  EXPECT_EQ(Lab::TheMachine().Faults().Calls("sendto"), 1u);
 }
 
 TEST_F(TimeExchange, SocketThatDoesNotCloseIsLoggedAndNoMore) {

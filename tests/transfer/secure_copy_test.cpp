@@ -91,6 +91,22 @@ TEST_F(SecureCopy, LibraryIsCalledInOrderAndPutAwayAtTheEnd) {
                   "libssh2_session_disconnect_ex", "libssh2_session_free", "libssh2_exit"));
 }
 
+TEST_F(SecureCopy, ServerIsToldThatTheApplicationEndsTheSession) {
+  StartServer();
+  const SshCalls calls;
+  ASSERT_TRUE(Copy());
+  EXPECT_EQ(calls.Goodbye(), "11 Disconnect!!! ");
+}
+
+TEST_F(SecureCopy, BlockThatIsTakenInPartsArrivesWhole) {
+  StartServer();
+  SetContent(20'000);
+  SshCalls calls;
+  calls.TakeAtMost(1'000);
+  EXPECT_TRUE(Copy());
+  EXPECT_EQ(Arrived(), content_);
+}
+
 class SecureCopySizes : public SecureCopy, public ::testing::WithParamInterface<std::size_t> {};
 TEST_P(SecureCopySizes, ArriveWhole) {
   StartServer();

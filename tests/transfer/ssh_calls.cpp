@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <limits>
 #include <type_traits>
 #include <utility>
 
@@ -17,6 +18,8 @@ struct State {
   int result = 0;
   std::string watched;
   std::function<void()> action;
+  std::size_t mostTaken = std::numeric_limits<std::size_t>::max();
+  std::string goodbye;
   std::size_t longestPiece = 0;
   std::ptrdiff_t heldPieces = 0;
 };
@@ -41,6 +44,17 @@ Result Pass(const char* function, Result (*real)(Parameters...), Arguments... ar
   } else if constexpr (!std::is_void_v<Result>) {
     return static_cast<Result>(gState->result);
   }
+}
+
+/// \return How much of a piece the library gets to see.
+std::size_t Offered(std::size_t length) {
+  return gState == nullptr ? length : std::min(length, gState->mostTaken);
+}
+
+/// \return The reason, noted with its words.
+int Noted(int reason, const char* text, const char* language) {
+  if (gState != nullptr) gState->goodbye = std::to_string(reason) + " " + text + " " + language;
+  return reason;
 }
 
 // The memory of a session, counted.
@@ -83,7 +97,10 @@ void SshCalls::Before(const std::string& function, std::function<void()> action)
   gState->action = std::move(action);
 }
 
+void SshCalls::TakeAtMost(std::size_t bytes) { gState->mostTaken = bytes; }
+
 std::vector<std::string> SshCalls::Functions() const { return gState->functions; }
+std::string SshCalls::Goodbye() const { return gState->goodbye; }
 std::size_t SshCalls::LongestCipherPiece() const { return gState->longestPiece; }
 std::ptrdiff_t SshCalls::HeldPieces() const { return gState->heldPieces; }
 
@@ -91,6 +108,8 @@ std::ptrdiff_t SshCalls::HeldPieces() const { return gState->heldPieces; }
 
 using Halvard::Testing::BeginCounted;
 using Halvard::Testing::gState;
+using Halvard::Testing::Noted;
+using Halvard::Testing::Offered;
 using Halvard::Testing::Pass;
 
 // NAME, its result, its parameters as declared, and its arguments.
@@ -131,7 +150,7 @@ PASS_ON(libssh2_scp_send64, LIBSSH2_CHANNEL*,
 PASS_ON(libssh2_channel_write_ex, ssize_t,
         (LIBSSH2_CHANNEL * channel, int stream, const char* bytes, size_t length),
         ("libssh2_channel_write_ex", __real_libssh2_channel_write_ex, channel, stream, bytes,
-         length))
+         Offered(length)))
 PASS_ON(libssh2_channel_send_eof, int, (LIBSSH2_CHANNEL * channel),
         ("libssh2_channel_send_eof", __real_libssh2_channel_send_eof, channel))
 PASS_ON(libssh2_channel_wait_eof, int, (LIBSSH2_CHANNEL * channel),
@@ -142,8 +161,8 @@ PASS_ON(libssh2_channel_free, int, (LIBSSH2_CHANNEL * channel),
         ("libssh2_channel_free", __real_libssh2_channel_free, channel))
 PASS_ON(libssh2_session_disconnect_ex, int,
         (LIBSSH2_SESSION * session, int reason, const char* text, const char* language),
-        ("libssh2_session_disconnect_ex", __real_libssh2_session_disconnect_ex, session, reason,
-         text, language))
+        ("libssh2_session_disconnect_ex", __real_libssh2_session_disconnect_ex, session,
+         Noted(reason, text, language), text, language))
 PASS_ON(libssh2_session_free, int, (LIBSSH2_SESSION * session),
         ("libssh2_session_free", __real_libssh2_session_free, session))
 
