@@ -5,6 +5,7 @@
 
 #include "machine/machine.h"
 #include "machine/text.h"
+#include "program_census.h"
 
 extern "C" int wmain(int argc, wchar_t* argv[]);
 
@@ -19,5 +20,7 @@ int main(int argc, char* argv[]) {
   std::vector<wchar_t*> pointers;
   for (std::wstring& argument : arguments) pointers.push_back(argument.data());
   pointers.push_back(nullptr);
-  return wmain(argc, pointers.data());
+  const int exitCode = wmain(argc, pointers.data());
+  Lab::WriteCensus();
+  return exitCode;
 }

@@ -121,8 +121,15 @@ Fault ReadFault(const Json::Value& entry) {
   fault.call = entry.get("call", 0).asUInt();
   fault.from = entry.get("from", 1).asUInt();
   fault.match = ToWide(entry.get("match", "").asString());
+  fault.site = entry.get("site", "").asString();
   fault.error = entry["error"].asUInt();
   return fault;
+}
+
+/// "handles", "calls", or nothing at all.
+CensusKind ReadCensus(const Json::Value& kind) {
+  if (kind.isNull()) return CensusKind::kNone;
+  return kind.asString() == "calls" ? CensusKind::kCalls : CensusKind::kHandles;
 }
 
 }  // namespace
@@ -209,6 +216,7 @@ Description ParseDescription(const Json::Value& document, const std::filesystem:
       throw MachineError(file.string() + ": /clock/startTime: expected a day and time that exist");
     }
   }
+  description.census = ReadCensus(document["census"]);
   for (const Json::Value& entry : document["faults"]) {
     description.faults.push_back(ReadFault(entry));
   }

@@ -15,6 +15,7 @@
 #include "machine/accounts.h"
 #include "machine/adapters.h"
 #include "machine/address_map.h"
+#include "machine/call_census.h"
 #include "machine/clock.h"
 #include "machine/faults.h"
 #include "machine/file_versions.h"
@@ -128,6 +129,7 @@ struct Description {
 
   Clock::Settings clock;
   std::vector<Fault> faults;
+  CensusKind census = CensusKind::kNone;
 };
 
 /// Reads a JSON document.

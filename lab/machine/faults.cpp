@@ -1,5 +1,6 @@
 #include "machine/faults.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace Lab {
@@ -8,8 +9,19 @@ FaultPlan::FaultPlan(std::vector<Fault> faults) {
   for (Fault& fault : faults) faults_.push_back({std::move(fault)});
 }
 
+bool FaultPlan::Planned::IsDue(std::wstring_view subject, std::string_view site) {
+  if (subject.find(fault.match) == std::wstring_view::npos) return false;
+  if (hasBegun) return true;
+  if (!fault.site.empty() && site != fault.site) return false;
+  ++calls;
+  if (fault.call != 0) return calls == fault.call;
+  hasBegun = calls >= fault.from;
+  return hasBegun;
+}
+
 std::optional<std::uint32_t> FaultPlan::CountCall(std::string_view function,
-                                                  std::wstring_view subject) {
+                                                  std::wstring_view subject,
+                                                  std::string_view site) {
   const std::lock_guard lock(mutex_);
   auto calls = calls_.find(function);
   if (calls == calls_.end()) calls = calls_.emplace(function, 0).first;
@@ -17,14 +29,23 @@ std::optional<std::uint32_t> FaultPlan::CountCall(std::string_view function,
 
   std::optional<std::uint32_t> error;
   for (Planned& planned : faults_) {
-    const Fault& fault = planned.fault;
-    if (fault.function != function) continue;
-    if (subject.find(fault.match) == std::wstring_view::npos) continue;
-    ++planned.calls;
-    const bool due = fault.call != 0 ? planned.calls == fault.call : planned.calls >= fault.from;
-    if (due && !error) error = fault.error;
+    if (planned.fault.function != function) continue;
+    if (planned.IsDue(subject, site) && !error) error = planned.fault.error;
   }
+  if (error) ++failures_;
   return error;
+}
+
+bool FaultPlan::AsksForSite(std::string_view function) const {
+  // The plan itself never changes, so nobody has to be waited for.
+  return std::ranges::any_of(faults_, [&](const Planned& planned) {
+    return planned.fault.function == function && !planned.fault.site.empty();
+  });
+}
+
+std::uint32_t FaultPlan::Failures() const {
+  const std::lock_guard lock(mutex_);
+  return failures_;
 }
 
 std::uint32_t FaultPlan::Calls(std::string_view function) const {

@@ -11,6 +11,7 @@
 #include <atomic>
 #include <filesystem>
 
+#include "machine/call_census.h"
 #include "machine/clock.h"
 #include "machine/description.h"
 #include "machine/faults.h"
@@ -32,6 +33,7 @@ class Machine {
 
   Lab::Registry& Registry() { return registry_; }
   FaultPlan& Faults() { return faults_; }
+  CallCensus& Calls() { return calls_; }
   Lab::Clock& Clock() { return clock_; }
   Lab::ServiceStates& ServiceStates() { return serviceStates_; }
   Lab::FirewallOpenings& FirewallOpenings() { return firewallOpenings_; }
@@ -52,6 +54,7 @@ class Machine {
   Description description_;
   Lab::Registry registry_;
   FaultPlan faults_;
+  CallCensus calls_;
   Lab::Clock clock_;
   Lab::ServiceStates serviceStates_;
   Lab::FirewallOpenings firewallOpenings_;

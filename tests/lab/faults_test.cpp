@@ -39,6 +39,33 @@ TEST(FaultPlan, FirstOfTwoDecides) {
   EXPECT_EQ(plan.CountCall("Sleep", {}), 2u);
 }
 
+TEST(FaultPlan, SiteCountsOnlyCallsFromThere) {
+  FaultPlan plan({{.function = "Sleep", .call = 2, .site = "1a 2b", .error = 6}});
+  EXPECT_TRUE(plan.AsksForSite("Sleep"));
+  EXPECT_FALSE(plan.AsksForSite("DeleteFileW"));
+  EXPECT_EQ(plan.CountCall("Sleep", {}, "1a 2b"), std::nullopt);
+  EXPECT_EQ(plan.CountCall("Sleep", {}, "1a 2c"), std::nullopt);
+  EXPECT_EQ(plan.CountCall("Sleep", {}, "1a 2b"), 6u);
+  EXPECT_EQ(plan.CountCall("Sleep", {}, "1a 2b"), std::nullopt);
+}
+
+TEST(FaultPlan, FromACallOfASiteOnAllCallsFailFromWhereverTheyCome) {
+  FaultPlan plan({{.function = "Sleep", .from = 2, .site = "1a", .error = 6}});
+  EXPECT_EQ(plan.CountCall("Sleep", {}, "1a"), std::nullopt);
+  EXPECT_EQ(plan.CountCall("Sleep", {}, "2b"), std::nullopt);
+  EXPECT_EQ(plan.CountCall("Sleep", {}, "1a"), 6u);
+  EXPECT_EQ(plan.CountCall("Sleep", {}, "2b"), 6u);
+}
+
+TEST(FaultPlan, FailuresAreCounted) {
+  FaultPlan plan({{.function = "Sleep", .call = 2, .error = 6}});
+  plan.CountCall("Sleep", {});
+  EXPECT_EQ(plan.Failures(), 0u);
+  plan.CountCall("Sleep", {});
+  plan.CountCall("Sleep", {});
+  EXPECT_EQ(plan.Failures(), 1u);
+}
+
 TEST(FaultPlan, CallsAreCountedWithoutFaultsAsWell) {
   FaultPlan plan({});
   EXPECT_EQ(plan.Calls("Sleep"), 0u);
