@@ -173,7 +173,7 @@ std::wstring GetInstallPropertyFromUpgradeCode(const std::wstring& upgradeCode,
   ++length;
   const std::unique_ptr<wchar_t[]> value(new (std::nothrow) wchar_t[length]());
   if (value == nullptr) {
-    log.Error(
+    log.Info(
         L"GetInstallPropertyFromUpgradeCode: Failed to allocate memory to retrieve the install parameter.");
     return {};
   }

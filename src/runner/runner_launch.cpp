@@ -132,7 +132,7 @@ int RunnerLaunch::RunCommandLine(const std::wstring& commandLine) {
                  commandLine.c_str());
       break;
     default:
-      log_.Error(L"LaunchUpgradeRunnerCommon: Unhandled launch case");
+      log_.Info(L"LaunchUpgradeRunnerCommon: Unhandled launch case");
       break;
   }
   return kRunnerFailure;

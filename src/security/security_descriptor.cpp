@@ -20,16 +20,19 @@ Host::UniqueAccessList MakeAccessList(ULONG count, EXPLICIT_ACCESS_W* entries, L
   return Host::UniqueAccessList(list);
 }
 
+// What keeps a list from becoming a descriptor is information, beside the error of whoever wanted
+// the descriptor; no list, or none that could be measured, is an error of its own.
+
 /// \param list  Has to outlive the descriptor, which points to it.
 bool MakeAbsolute(PACL list, SECURITY_DESCRIPTOR& descriptor, LogScope& log) {
   if (!InitializeSecurityDescriptor(&descriptor, SECURITY_DESCRIPTOR_REVISION)) {
     const DWORD error = GetLastError();
-    log.Error(L"AllocateSecurityDescriptor: Unable to initialize security descriptor: %u", error);
+    log.Info(L"AllocateSecurityDescriptor: Unable to initialize security descriptor: %u", error);
     return false;
   }
   if (!SetSecurityDescriptorDacl(&descriptor, TRUE, list, FALSE)) {
     const DWORD error = GetLastError();
-    log.Error(L"AllocateSecurityDescriptor: Unable to set DACL in security descriptor: %u", error);
+    log.Info(L"AllocateSecurityDescriptor: Unable to set DACL in security descriptor: %u", error);
     return false;
   }
   return true;
@@ -39,7 +42,7 @@ bool MakeAbsolute(PACL list, SECURITY_DESCRIPTOR& descriptor, LogScope& log) {
 DWORD SelfRelativeSize(SECURITY_DESCRIPTOR& absolute, LogScope& log) {
   DWORD size = 0;
   if (MakeSelfRelativeSD(&absolute, nullptr, &size)) {
-    log.Error(
+    log.Info(
         L"AllocateSecurityDescriptor: MakeSelfRelativeSD succeeded with a zero length buffer.");
     return 0;
   }
@@ -54,12 +57,12 @@ OwnedDescriptor MakeSelfRelative(SECURITY_DESCRIPTOR& absolute, LogScope& log) {
   if (size == 0) return nullptr;
   OwnedDescriptor descriptor(new (std::nothrow) std::byte[size]);
   if (descriptor == nullptr) {
-    log.Error(L"AllocateSecurityDescriptor: Unable to allocate relative security descriptor.");
+    log.Info(L"AllocateSecurityDescriptor: Unable to allocate relative security descriptor.");
     return nullptr;
   }
   if (!MakeSelfRelativeSD(&absolute, descriptor.get(), &size)) {
     const DWORD error = GetLastError();
-    log.Error(L"AllocateSecurityDescriptor: Unable to make relative SD: %u", error);
+    log.Info(L"AllocateSecurityDescriptor: Unable to make relative SD: %u", error);
     return nullptr;
   }
   return descriptor;
@@ -93,7 +96,7 @@ bool InitializeExplicitAccess(BYTE subAuthorityCount, DWORD subAuthority0, DWORD
   if (!AllocateAndInitializeSid(&authority, subAuthorityCount, subAuthority0, subAuthority1, 0, 0,
                                 0, 0, 0, 0, &sid)) {
     const DWORD error = GetLastError();
-    log.Error(L"InitializeExplicitAccess: Unable to alloc SID: %u", error);
+    log.Info(L"InitializeExplicitAccess: Unable to alloc SID: %u", error);
     return false;
   }
   entry = {};

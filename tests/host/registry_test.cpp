@@ -405,7 +405,7 @@ TEST_F(Installer, TellsThatThereIsNoMemoryForAProperty) {
   }
   EXPECT_THAT(
       OwnLog(),
-      Contains(ErrorLine(
+      Contains(InfoLine(
           L"GetInstallPropertyFromUpgradeCode: Failed to allocate memory to retrieve the install parameter.")));
 }
 

@@ -225,7 +225,7 @@ TEST_F(ProcessMonitor, AChildThatCantBeEndedAtOnceIsEndedByTheCleanUp) {
   EXPECT_THAT(
       LogWithoutIds(),
       testing::IsSupersetOf(
-          {ErrorLine(L"LaunchProcAndMonitorStatus: Unable to terminate process: 31"),
+          {InfoLine(L"LaunchProcAndMonitorStatus: Unable to terminate process: 31"),
            ErrorLine(L"LaunchProcAndMonitorStatus: Process still alive, terminating"), kJobAlive}));
   EXPECT_EQ(Lab::TheMachine().Faults().Calls("TerminateProcess"), 2u);
 }
@@ -251,7 +251,7 @@ TEST_F(ProcessMonitor, AnEnvironmentThatCantBeFreedIsOnlyLogged) {
   EXPECT_TRUE(Run(L"exit=0"));
   const std::vector<LogLine> log = LogWithoutIds();
   EXPECT_EQ(log[log.size() - 2],
-            ErrorLine(L"LaunchProcAndMonitorStatus: Failed to destory environment: 87"));
+            InfoLine(L"LaunchProcAndMonitorStatus: Failed to destory environment: 87"));
 }
 
 TEST_F(ProcessMonitor, EndsWhatTheChildHasLeftBehindAfterTheChildsEnd) {

@@ -39,6 +39,7 @@ namespace {
 
 using testing::ElementsAre;
 using Testing::ErrorLine;
+using Testing::InfoLine;
 using testing::IsEmpty;
 using Testing::OwnLog;
 
@@ -125,7 +126,7 @@ TEST_F(SecurityDescriptor, NeedsAnIdentifier) {
   Fail("AllocateAndInitializeSid", 1, 1337);
   EXPECT_EQ(AllocateAdministratorsDescriptor(), nullptr);
   EXPECT_THAT(OwnLog(),
-              ElementsAre(ErrorLine(L"InitializeExplicitAccess: Unable to alloc SID: 1337")));
+              ElementsAre(InfoLine(L"InitializeExplicitAccess: Unable to alloc SID: 1337")));
 }
 
 TEST_F(SecurityDescriptor, RefusesAListWithoutEntries) {
@@ -138,7 +139,7 @@ struct FailureCase {
   const char* function;
   std::uint32_t call;
   std::uint32_t error;
-  const wchar_t* line;
+  Testing::LogLine line;
   std::uint32_t lists;
 };
 
@@ -151,7 +152,7 @@ TEST_P(DescriptorFailure, IsLoggedWithItsOwnCode) {
   // A code from elsewhere, which none of the lines may show.
   SetLastError(4711);
   EXPECT_EQ(AllocateAdministratorsDescriptor(), nullptr);
-  EXPECT_THAT(OwnLog(), ElementsAre(ErrorLine(row.line)));
+  EXPECT_THAT(OwnLog(), ElementsAre(row.line));
   lists_ = row.lists;
   identifiers_ = 1;
 }
@@ -159,20 +160,27 @@ TEST_P(DescriptorFailure, IsLoggedWithItsOwnCode) {
 INSTANTIATE_TEST_SUITE_P(
     Calls, DescriptorFailure,
     testing::Values(
-        FailureCase{"SetEntriesInAclW", 1, 8,
-                    L"AllocateSecurityDescriptor: Unable to set security entries in ACL: 8", 0},
-        FailureCase{"InitializeSecurityDescriptor", 1, 1305,
-                    L"AllocateSecurityDescriptor: Unable to initialize security descriptor: 1305",
-                    1},
-        FailureCase{"SetSecurityDescriptorDacl", 1, 1338,
-                    L"AllocateSecurityDescriptor: Unable to set DACL in security descriptor: 1338",
-                    1},
-        FailureCase{"MakeSelfRelativeSD", 1, 1361,
-                    L"AllocateSecurityDescriptor: Unable to determine relative SD length: 1361", 1},
+        FailureCase{
+            "SetEntriesInAclW", 1, 8,
+            ErrorLine(L"AllocateSecurityDescriptor: Unable to set security entries in ACL: 8"), 0},
+        FailureCase{
+            "InitializeSecurityDescriptor", 1, 1305,
+            InfoLine(L"AllocateSecurityDescriptor: Unable to initialize security descriptor: 1305"),
+            1},
+        FailureCase{
+            "SetSecurityDescriptorDacl", 1, 1338,
+            InfoLine(
+                L"AllocateSecurityDescriptor: Unable to set DACL in security descriptor: 1338"),
+            1},
+        FailureCase{
+            "MakeSelfRelativeSD", 1, 1361,
+            ErrorLine(L"AllocateSecurityDescriptor: Unable to determine relative SD length: 1361"),
+            1},
         FailureCase{"MakeSelfRelativeSD", 2, 1340,
-                    L"AllocateSecurityDescriptor: Unable to make relative SD: 1340", 1},
+                    InfoLine(L"AllocateSecurityDescriptor: Unable to make relative SD: 1340"), 1},
         FailureCase{"SetSecurityDescriptorControl", 1, 1336,
-                    L"AllocateAdministratorsDescriptor: Unable to protect DACL: 1336", 1}),
+                    ErrorLine(L"AllocateAdministratorsDescriptor: Unable to protect DACL: 1336"),
+                    1}),
     [](const auto& row) {
       return std::string(row.param.function) + std::to_string(row.param.call);
     });
@@ -181,16 +189,16 @@ TEST_F(SecurityDescriptor, ConversionMayNotSucceedWithoutABuffer) {
   gSizeIsNotAsked = true;
   EXPECT_EQ(AllocateAdministratorsDescriptor(), nullptr);
   gSizeIsNotAsked = false;
-  EXPECT_THAT(OwnLog(), ElementsAre(ErrorLine(L"AllocateSecurityDescriptor: MakeSelfRelativeSD "
-                                              L"succeeded with a zero length buffer.")));
+  EXPECT_THAT(OwnLog(), ElementsAre(InfoLine(L"AllocateSecurityDescriptor: MakeSelfRelativeSD "
+                                             L"succeeded with a zero length buffer.")));
   lists_ = identifiers_ = 1;
 }
 
 TEST_F(SecurityDescriptor, NeedsMemory) {
   const Testing::FailingAllocation failing;
   EXPECT_EQ(AllocateAdministratorsDescriptor(), nullptr);
-  EXPECT_THAT(OwnLog(), ElementsAre(ErrorLine(L"AllocateSecurityDescriptor: Unable to allocate "
-                                              L"relative security descriptor.")));
+  EXPECT_THAT(OwnLog(), ElementsAre(InfoLine(L"AllocateSecurityDescriptor: Unable to allocate "
+                                             L"relative security descriptor.")));
   lists_ = identifiers_ = 1;
 }
 
