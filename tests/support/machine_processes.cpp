@@ -28,9 +28,11 @@ bool HasVariable(const fs::path& process, const std::string& variable) {
          std::string::npos;
 }
 
+/// The keeper of a child has the child's command line behind its own name.
 bool IsRunner(pid_t process) {
   const std::string line = BytesOf(fs::path("/proc") / std::to_string(process) / "cmdline");
-  return line.find("UpgradeRunner.py") != std::string::npos;
+  const std::string program = fs::path(line.substr(0, line.find('\0'))).filename();
+  return program != "lab-keeper" && line.find("UpgradeRunner.py") != std::string::npos;
 }
 
 /// Looks again and again until there is an answer; throws after a minute.
