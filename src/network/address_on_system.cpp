@@ -30,8 +30,11 @@ AdapterBuffer FetchAdapters(ULONG family) {
   ULONG size = kFirstSize;
   ULONG result = ERROR_BUFFER_OVERFLOW;
   AdapterBuffer buffer;
-  // The list may grow between two calls, so the size that one of them asked for may not do.
-  while (result == ERROR_BUFFER_OVERFLOW) {
+  ULONG given = 0;
+  // The list may grow between two calls, so the size that one of them asked for may not do. Who
+  // finds a buffer too small and asks for no larger one would do so for ever.
+  while (result == ERROR_BUFFER_OVERFLOW && size > given) {
+    given = size;
     buffer.reset();
     buffer = AllocateZeroed(size);
     if (!buffer) {

@@ -177,6 +177,16 @@ TEST_F(AddressOnSystemTest, IsFalseWithoutAdapters) {
                                               L"information: 1228")));
 }
 
+TEST_F(AddressOnSystemTest, GivesUpOnASystemThatAsksForNoMoreThanItGot) {
+  constexpr std::uint32_t kBufferOverflow = 111;
+  Refuse("GetAdaptersAddresses", kBufferOverflow);
+  const LogScope log;
+  EXPECT_FALSE(Ask("192.0.2.10"));
+  EXPECT_EQ(Fetches(), 1u);
+  EXPECT_THAT(OwnLog(), ElementsAre(ErrorLine(L"AddressOnSystem: Failed to get adapter address "
+                                              L"information: 111")));
+}
+
 TEST_F(AddressOnSystemTest, LoopbackOfAFamilyThatNoAdapterHasIsntThere) {
   Json::Value adapter = AdapterWith({"192.0.2.1"});
   adapter["ipv6"] = false;
