@@ -251,6 +251,15 @@ TEST_F(CertificateTest, DiskThatIsFullAfterTheKeyIsToldOfTheCertificate) {
   EXPECT_FALSE(machine_.FileExists(kFile));
 }
 
+TEST_F(CertificateTest, FolderThatCannotBeFoundEndsInAnEmptyThumbprintAndLeavesNoKey) {
+  machine_.PlanFault({.function = "SHGetKnownFolderPath", .error = 2});
+  EXPECT_EQ(GenerateSSLCertificate(L"kv.example"), L"");
+  EXPECT_THAT(
+      OwnLog(),
+      Contains(ErrorLine(L"GenerateSSLCertificate: Failed to create private certificate file.")));
+  EXPECT_FALSE(machine_.FileExists(L"hv_cert.pem"));
+}
+
 TEST_F(CertificateTest, MissingFolderEndsInAnEmptyThumbprint) {
   machine_.RemoveFile(kFolder);
   EXPECT_EQ(GenerateSSLCertificate(L"kv.example"), L"");
