@@ -3,8 +3,12 @@
 import json
 import os
 import re
+import subprocess
 import sys
 from pathlib import Path
+
+
+WINE = '/usr/lib/wine/wine64'
 
 
 class Machine:
@@ -19,6 +23,18 @@ class Machine:
         if folder is None:
             sys.exit('UpgradeRunner: HALVARD_LAB names no machine of the lab')
         return cls(folder)
+
+    @property
+    def is_wines(self):
+        """Whether the machine is one of Wine, with a service manager of its own."""
+        return (self.folder / 'system.reg').exists()
+
+    def run(self, *command):
+        """Runs a program of a machine of Wine to its end."""
+        subprocess.run([WINE, *command], check=False, stdin=subprocess.DEVNULL,
+                       stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+                       env={**os.environ, 'WINEPREFIX': str(self.folder), 'WINEDEBUG': '-all',
+                            'DISPLAY': ''})
 
     def scenario(self, mode):
         """What is to be played in a phase."""

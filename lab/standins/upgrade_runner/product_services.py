@@ -21,7 +21,11 @@ def stop(machine, migration_type):
     known = {name.upper(): name for name in machine.description.get('services', {})}
     names = [known[name.upper()] for name in reversed(SERVICES[migration_type])
              if name.upper() in known]
-    change_states(machine, {name: {'state': 'stopped', 'exitCode': 0} for name in names})
+    if machine.is_wines:
+        for name in names:
+            machine.run('net', 'stop', name)
+    else:
+        change_states(machine, {name: {'state': 'stopped', 'exitCode': 0} for name in names})
     return names
 
 
