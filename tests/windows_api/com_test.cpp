@@ -4,7 +4,7 @@
 
 #include "host/com.h"
 #include "scratch_folder.h"
-#include "support.h"
+#include "what_wine_lacks.h"
 
 namespace {
 
@@ -184,7 +184,7 @@ TEST_F(ShellFolders, AreDispatchedByTheirOwnPointer) {
 }
 
 TEST_F(ShellFolders, MayBeZipFiles) {
-  SKIP_ON_WINE("IShellDispatch::NameSpace opens no zip files");
+  SKIP_ON_BARE_WINE("IShellDispatch::NameSpace opens no zip files");
   const std::string empty = std::string("PK\5\6", 4) + std::string(18, '\0');
   EXPECT_EQ(Open(scratch_.Write(L"empty.ZIP", empty)), S_OK);
   EXPECT_TRUE(folder_);
@@ -194,7 +194,8 @@ TEST_F(ShellFolders, MayBeZipFiles) {
 }
 
 TEST_F(ShellFolders, AreCopiedIntoZipFiles) {
-  SKIP_ON_WINE("IShellDispatch::NameSpace opens no zip files, and Folder::CopyHere does nothing");
+  SKIP_ON_BARE_WINE(
+      "IShellDispatch::NameSpace opens no zip files, and Folder::CopyHere does nothing");
   const std::string empty = std::string("PK\5\6", 4) + std::string(18, '\0');
   const std::wstring zip = scratch_.Write(L"copy.zip", empty);
   scratch_.MakeFolder(L"folder");

@@ -1,11 +1,12 @@
 // A machine outside any domain. What a member is told stands in the tests of the lab: it takes a
 // domain with a controller.
 #include "support.h"
+#include "what_wine_lacks.h"
 
 namespace {
 
 TEST(DsGetDcNameW, MachineOutsideADomainHasNone) {
-  SKIP_ON_WINE("DsGetDcNameW of Wine answers 9003");
+  SKIP_ON_BARE_WINE("DsGetDcNameW of Wine answers 9003");
   PDOMAIN_CONTROLLER_INFOW controller = nullptr;
   EXPECT_EQ(DsGetDcNameW(nullptr, nullptr, nullptr, nullptr, DS_RETURN_DNS_NAME, &controller),
             static_cast<DWORD>(ERROR_NO_SUCH_DOMAIN));

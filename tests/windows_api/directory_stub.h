@@ -10,9 +10,9 @@
 
 namespace WindowsApi {
 
-/// Speaks LDAP without TLS on a port of loopback. Its whole protocol: a bind (0x60) gets a bind
-/// response (0x61) with a code, a search (0x63) an entry (0x64) if there is one and the end (0x65)
-/// with a code, anything else ends the connection. One connection is served at a time.
+/// Speaks LDAP, over TLS or without it, on a port of loopback. Its whole protocol: a bind (0x60)
+/// gets a bind response (0x61) with a code, a search (0x63) an entry (0x64) if there is one and the
+/// end (0x65) with a code, anything else ends the connection. One connection is served at a time.
 class DirectoryStub {
  public:
   struct Attribute {
@@ -25,6 +25,7 @@ class DirectoryStub {
     bool hasEntry = true;
     std::vector<Attribute> attributes{};
     bool hangsUp = false;  ///< In place of any answer.
+    bool overTls = false;
   };
 
   explicit DirectoryStub(Answers answers);
@@ -38,10 +39,15 @@ class DirectoryStub {
   /// came.
   std::string LastRequest() const;
 
+  /// \return The server's certificate, in DER.
+  const std::string& Certificate() const;
+
  private:
   struct Sockets;
 
   void Serve();
+  template <typename Stream>
+  void Answer(Stream& stream);
 
   Answers answers_;
   std::unique_ptr<Sockets> sockets_;

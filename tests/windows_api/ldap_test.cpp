@@ -1,8 +1,10 @@
+#include <gmock/gmock.h>
+
 #include <string>
 
 #include "directory_stub.h"
 #include "host/unique_resource.h"
-#include "support.h"
+#include "what_wine_lacks.h"
 
 namespace {
 
@@ -46,7 +48,8 @@ TEST(LdapSetOption, NoSessionIsAParameterError) {
 }
 
 TEST(LdapConnect, DeadPortIsAServerThatIsDown) {
-  SKIP_ON_WINE("ldap_connect always answers 0 under Wine 8, and connects at the first operation");
+  SKIP_ON_BARE_WINE(
+      "ldap_connect always answers 0 under Wine 8, and connects at the first operation");
   const UniqueLdapSession session(ldap_initW(Text(L"127.0.0.1"), 1));
   EXPECT_EQ(ldap_connect(session.Get(), nullptr), ULONG{LDAP_SERVER_DOWN});
   EXPECT_EQ(LdapGetLastError(), ULONG{LDAP_SERVER_DOWN});
@@ -183,8 +186,63 @@ TEST(LdapUnbind, NoSessionIsAParameterError) {
   EXPECT_EQ(ldap_unbind(nullptr), ULONG{LDAP_PARAM_ERROR});
 }
 
+/// What the client may do with a certificate: look at it, free it, and answer.
+std::string gCertificate;
+
+BOOLEAN LDAPAPI Accept(PLDAP, PCCERT_CONTEXT* certificate) {
+  gCertificate.assign(reinterpret_cast<const char*>((*certificate)->pbCertEncoded),
+                      (*certificate)->cbCertEncoded);
+  CertFreeCertificateContext(*certificate);
+  return TRUE;
+}
+
+BOOLEAN LDAPAPI Refuse(PLDAP, PCCERT_CONTEXT* certificate) {
+  CertFreeCertificateContext(*certificate);
+  return FALSE;
+}
+
+UniqueLdapSession TlsSessionWith(const DirectoryStub& stub,
+                                 BOOLEAN(LDAPAPI* callback)(PLDAP, PCCERT_CONTEXT*)) {
+  UniqueLdapSession session = SessionWith(stub);
+  EXPECT_EQ(ldap_set_optionW(session.Get(), LDAP_OPT_SSL, LDAP_OPT_ON), ULONG{LDAP_SUCCESS});
+  EXPECT_EQ(ldap_set_optionW(session.Get(), LDAP_OPT_SERVER_CERTIFICATE,
+                             reinterpret_cast<const void*>(callback)),
+            ULONG{LDAP_SUCCESS});
+  return session;
+}
+
+TEST(LdapTls, SaysAllOverTlsOnceTheCertificateIsAccepted) {
+  SKIP_ON_BARE_WINE("Wine 8 has no LDAP over TLS: options 10 and 129 are refused with 0x5c");
+  const DirectoryStub stub(
+      {.bindCode = 0x31, .attributes = {{"version", {"6.0.1"}}}, .overTls = true});
+  const UniqueLdapSession session = TlsSessionWith(stub, Accept);
+  EXPECT_EQ(ldap_connect(session.Get(), nullptr), ULONG{LDAP_SUCCESS});
+  EXPECT_EQ(gCertificate, stub.Certificate());
+  EXPECT_EQ(ldap_bind_sW(session.Get(), Text(L"cn=a"), Text(L"b"), LDAP_AUTH_SIMPLE),
+            ULONG{LDAP_INVALID_CREDENTIALS});
+  UniqueLdapResult result;
+  EXPECT_EQ(Search(session.Get(), result), ULONG{LDAP_SUCCESS});
+  EXPECT_NE(ldap_first_entry(session.Get(), result.Get()), nullptr);
+}
+
+TEST(LdapTls, RefusedCertificateIsAServerThatIsDown) {
+  SKIP_ON_BARE_WINE("Wine 8 has no LDAP over TLS: options 10 and 129 are refused with 0x5c");
+  const DirectoryStub stub({.overTls = true});
+  const UniqueLdapSession session = TlsSessionWith(stub, Refuse);
+  EXPECT_EQ(ldap_connect(session.Get(), nullptr), ULONG{LDAP_SERVER_DOWN});
+  // The end of the session may be told, but nothing is asked.
+  EXPECT_THAT(stub.LastRequest(), testing::AnyOf("", std::string("\x42\x00", 2)));
+}
+
+TEST(LdapTls, ServerWithoutItIsDown) {
+  SKIP_ON_BARE_WINE("Wine 8 has no LDAP over TLS: options 10 and 129 are refused with 0x5c");
+  const DirectoryStub stub({});
+  const UniqueLdapSession session = TlsSessionWith(stub, Accept);
+  EXPECT_EQ(ldap_connect(session.Get(), nullptr), ULONG{LDAP_SERVER_DOWN});
+}
+
 TEST(LdapTls, OptionsAreTakenBeforeTheConnection) {
-  SKIP_ON_WINE("Wine 8 has no LDAP over TLS: options 10 and 129 are refused with 0x5c");
+  SKIP_ON_BARE_WINE("Wine 8 has no LDAP over TLS: options 10 and 129 are refused with 0x5c");
   const UniqueLdapSession session(ldap_initW(Text(L"127.0.0.1"), 1));
   EXPECT_EQ(ldap_set_optionW(session.Get(), LDAP_OPT_SSL, LDAP_OPT_ON), ULONG{LDAP_SUCCESS});
   const auto refuse = [](PLDAP, PCCERT_CONTEXT*) -> BOOLEAN { return FALSE; };

@@ -1,9 +1,9 @@
-#include "support.h"
+#include "what_wine_lacks.h"
 
 namespace {
 
 TEST(LogonUserW, AccountThatNobodyKnowsIsALogonFailure) {
-  SKIP_ON_WINE("Wine's LogonUserW always succeeds, with a handle that names nothing");
+  SKIP_ON_BARE_WINE("Wine's LogonUserW always succeeds, with a handle that names nothing");
   HANDLE token = nullptr;
   for (const wchar_t* domain : {L"", L".", L"NODOMAIN"}) {
     SetLastError(0);

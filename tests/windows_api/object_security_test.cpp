@@ -6,6 +6,7 @@
 #include "host/authorization_api.h"
 #include "scratch_folder.h"
 #include "support.h"
+#include "what_wine_lacks.h"
 
 namespace {
 
@@ -122,7 +123,7 @@ TEST_F(ObjectSecurity, IsMadeForFoldersAndFilesAndGoesWithItsOwner) {
 }
 
 TEST_F(ObjectSecurity, AdministratorsAreGrantedAllOfAFolderOfTheirs) {
-  SKIP_ON_WINE("Wine has no Authz");
+  SKIP_ON_BARE_WINE("Wine has no Authz");
   AUTHZ_RESOURCE_MANAGER_HANDLE manager = nullptr;
   ASSERT_NE(AuthzInitializeResourceManager(AUTHZ_RM_FLAG_NO_AUDIT, nullptr, nullptr, nullptr,
                                            nullptr, &manager),

@@ -1,5 +1,9 @@
+#include <fstream>
+#include <iterator>
+#include <string>
+
 #include "scratch_folder.h"
-#include "support.h"
+#include "what_wine_lacks.h"
 
 namespace {
 
@@ -26,9 +30,28 @@ TEST_F(PackageUnpacking, MissingPackageIsAMissingFile) {
 }
 
 TEST_F(PackageUnpacking, FileOfAnotherKindIsNoPackage) {
-  SKIP_ON_WINE("Wine says 1627 of a file that is no package");
+  SKIP_ON_BARE_WINE("Wine says 1627 of a file that is no package");
   EXPECT_EQ(Unpack(folder_.Write(L"a.msi", "no package")), UINT{ERROR_INSTALL_PACKAGE_INVALID});
   EXPECT_EQ(Unpack(folder_.Write(L"b.msi", "")), UINT{ERROR_INSTALL_PACKAGE_INVALID});
+}
+
+/// The bytes of the package of the upgrade runner, as the build has made it on the host.
+std::string RunnerPackage() {
+  std::ifstream file(CONFORMANCE_PACKAGE, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+TEST_F(PackageUnpacking, ImageHasThePackagesFiles) {
+  SKIP_ON_BARE_WINE("MsiInstallProductW of Wine answers 1626 to an administrative install");
+  const std::wstring package = folder_.Write(L"package.msi", RunnerPackage());
+  const std::wstring script =
+      folder_.In(L"image\\PFiles\\Ostrel\\Rimsa\\rimsa_upgrade_runner\\UpgradeRunner.py");
+  // The second one finds the files of the first.
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_EQ(Unpack(package), UINT{ERROR_SUCCESS});
+    ASSERT_TRUE(WindowsApi::Exists(script));
+    EXPECT_TRUE(WindowsApi::Contents(script).starts_with("\"\"\"The upgrade runner"));
+  }
 }
 
 }  // namespace

@@ -27,6 +27,8 @@ SCRIPTED_AGENT = BUILD / 'tests' / 'halvard_scripted.exe'
 CLIENT = BUILD / 'bin' / 'hvctl.exe'
 CONSOLE_PROBE = BUILD / 'tests' / 'console_probe.exe'
 PROCESS_PROBE = BUILD / 'tests' / 'process_probe.exe'
+# What lies beside the agent.
+PACKAGES = BUILD / 'packages'
 # Languages of the host, made on demand.
 LOCALES = BUILD / 'wine-locales'
 
@@ -172,6 +174,15 @@ class Machine:
 
     def _command(self, command) -> List[str]:
         return run_under_wine(self.prefix, *map(str, command))
+
+    def install_agent(self, program: Path) -> str:
+        """Puts a build of the agent and its packages on the machine. Returns its path there."""
+        folder = self.prefix / 'drive_c' / 'Halvard'
+        folder.mkdir()
+        os.link(program, folder / 'Ostrel-Halvard.exe')
+        for package in PACKAGES.iterdir():
+            shutil.copy(package, folder)
+        return 'C:\\Halvard\\Ostrel-Halvard.exe'
 
     def variable(self, name: str) -> str:
         """What a Windows program sees in an environment variable."""
