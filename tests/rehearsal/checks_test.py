@@ -16,11 +16,14 @@ programs.take_folder()
 sys.path.insert(0, str(programs.TREE / 'tools' / 'rehearsal'))
 
 import checks  # noqa: E402
+from lab_machine import files_below  # noqa: E402
 from messages import LANGUAGES, Messages  # noqa: E402
 from narrator import Narrator, StepFailed  # noqa: E402
 
 
 class FakeMachine:
+    firewall_is_on = True
+
     def __init__(self, folder):
         self.folder = folder
         self.drive = folder / 'drive_c'
@@ -29,6 +32,9 @@ class FakeMachine:
         self.extraction_folder = self.drive / 'extracted'
         self.openings = []
         self.drive.mkdir(parents=True)
+
+    def files(self):
+        return files_below(self.folder)
 
     def find(self, name):
         return next(self.drive.rglob(name), None)

@@ -27,15 +27,29 @@ def merge(target, patch):
     return merged
 
 
+def files_below(folder):
+    return (path for path in folder.rglob('*') if path.is_file() and not path.is_symlink())
+
+
 class LabMachine:
+    firewall_is_on = True
+
     def __init__(self, programs, name, folder):
         self.folder = Path(folder)
         self.name = name
+        self._agent = programs / 'halvard'
         self._tool = programs / 'lab-machine'
         started = subprocess.run([self._tool, 'start', name, folder], capture_output=True,
                                  text=True, check=False)
         if started.returncode != 0:
             raise StepFailed(started.stderr.strip())
+
+    def agent_command(self, *arguments):
+        return [str(self._agent), *arguments]
+
+    @property
+    def agent_environment(self):
+        return {'HALVARD_LAB': str(self.folder)}
 
     def description(self):
         return json.loads((self.folder / 'machine.json').read_text(encoding='utf-8'))
@@ -75,6 +89,10 @@ class LabMachine:
     @property
     def extraction_folder(self):
         return self.drive / AGENT_FOLDER / 'PythonURExtractDir'
+
+    def files(self):
+        """All that is on the machine."""
+        return files_below(self.folder)
 
     def find(self, name):
         """The one file of this name below the temp folder; None without it."""
@@ -123,6 +141,10 @@ class LabMachine:
             except OSError:
                 continue
         return found
+
+    def remove(self):
+        """Nothing of it is left but its folder."""
+        self.end_processes()
 
     def end_processes(self):
         for number in self.processes():

@@ -146,11 +146,10 @@ class Agent:
     system's choice, or at the terminal, where it asks for the one and looks for the other itself."""
 
     def __init__(self, world, password=None, at_terminal=False):
-        command = [str(world.programs / 'halvard')]
-        if not at_terminal:
-            command += ['--admin_password', password or world.password,
-                        '--hv_port', str(bound_port(0))]
-        environment = {'HALVARD_LAB': str(world.machine.folder)}
+        arguments = [] if at_terminal else ['--admin_password', password or world.password,
+                                            '--hv_port', str(bound_port(0))]
+        command = world.machine.agent_command(*arguments)
+        environment = world.machine.agent_environment
         self._machine = world.machine
         self._at_terminal = at_terminal
         self._run = (TerminalRun(command, {**os.environ, **environment}) if at_terminal

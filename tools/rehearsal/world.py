@@ -53,12 +53,15 @@ class World:
         self.ssh_password = secrets.token_hex(12)
         self.messages = Messages(settings.locale)
         self.english = Messages('en')
-        self.machine = LabMachine(programs, settings.machine, folder)
+        self.machine = self._make_machine(folder)
         self.server = None
         self.directory = None
         self.appliance = None
         self.lost_openings = []  # ports that an agent which was killed has left open
         self._standins = []
+
+    def _make_machine(self, folder):
+        return LabMachine(self.programs, self.settings.machine, folder)
 
     def end(self):
         self.machine.end_processes()
