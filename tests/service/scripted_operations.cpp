@@ -1,11 +1,9 @@
 #include "scripted_operations.h"
 
-#include "core/property_store.h"
 #include "core/startup/scripted_checks.h"
 #include "core/text.h"
 #include "host/services.h"
 #include "network/network_configuration.h"
-#include "runner/preupgrade_output.h"
 #include "security/controller_version.h"
 #include "serverclient/proxy_port.h"
 #include "transfer/export_zip.h"
@@ -17,6 +15,11 @@ namespace {
 
 using Testing::CheckCalls;
 using Testing::TheSurroundings;
+
+/// Where a test may do something in the middle of a call.
+void Reach(const std::function<void()>& place) {
+  if (place) place();
+}
 
 }  // namespace
 
@@ -35,16 +38,6 @@ bool Network::CollectNetworkIdentity(const std::wstring& systemName, Json::Value
   CheckCalls().push_back("CollectNetworkIdentity(" + WideToUtf8(systemName) + ")");
   reply = TheSurroundings().network;
   return TheSurroundings().networkIsCollected;
-}
-
-int Runner::LaunchUpgradeRunnerPreUpgradePhase(Json::Value& output) {
-  Testing::Surroundings& surroundings = TheSurroundings();
-  gProperties[L"PREUPGRADE_CHECKS_STATUS"] = L"RUNNING";
-  if (surroundings.duringPrechecks) surroundings.duringPrechecks();
-  output = surroundings.precheckOutput;
-  gProperties[L"PREUPGRADE_CHECKS_STATUS"] = L"FINISHED";
-  gCachedPrecheckResults = output;
-  return surroundings.precheckCode;
 }
 
 bool Security::RetrieveBVCMajorMinorVersion(const std::wstring& host, std::wstring& version) {
@@ -69,6 +62,7 @@ bool Transfer::ZipUtil_CreateExportZip(const std::wstring& zipFile,
                                        const Json::Value& /*request*/, std::wstring& errorText) {
   CheckCalls().push_back("ZipUtil_CreateExportZip(" + WideToUtf8(zipFile) + ", " +
                          WideToUtf8(exportFolder) + ")");
+  Reach(TheSurroundings().duringZip);
   const auto& error = TheSurroundings().exportZipError;
   if (error) errorText = *error;
   return !error.has_value();
@@ -76,6 +70,7 @@ bool Transfer::ZipUtil_CreateExportZip(const std::wstring& zipFile,
 
 bool Transfer::CreateLogsZipBundle(const std::wstring& zipFile) {
   CheckCalls().push_back("CreateLogsZipBundle(" + WideToUtf8(zipFile) + ")");
+  Reach(TheSurroundings().duringZip);
   return TheSurroundings().logsAreBundled;
 }
 
@@ -84,10 +79,12 @@ bool Transfer::ScpFileWithRetries(const std::string& server, const std::string& 
                                   const std::string& thumbprint, const std::wstring& localFile) {
   CheckCalls().push_back("ScpFileWithRetries(" + server + ", " + remotePath + ", " + user + ", " +
                          password + ", " + thumbprint + ", " + WideToUtf8(localFile) + ")");
+  Reach(TheSurroundings().duringCopy);
   return TheSurroundings().filesArrive;
 }
 
 std::vector<std::wstring> Host::StartServices(const std::vector<std::wstring>& names) {
+  Reach(TheSurroundings().duringServices);
   return names;
 }
 

@@ -31,6 +31,10 @@ struct Surroundings {
   std::optional<std::wstring> exportZipError;
   bool logsAreBundled = true;
   bool filesArrive = true;
+  /// Done in the middle of making a zip file, of copying a file, and of starting services.
+  std::function<void()> duringZip;
+  std::function<void()> duringCopy;
+  std::function<void()> duringServices;
 };
 
 /// The surroundings of the test that runs.
