@@ -73,18 +73,23 @@ def ask(world, status, command, *arguments):
     return run.wait(), run.output
 
 
-def migrate(world, status, thumbprint=None, ssh_password=None, answers=True):
-    """A whole migration. Returns the client's exit code and output."""
+def start_migration(world, status, thumbprint=None, ssh_password=None, answers=True):
+    """A client that drives a whole migration, as a Run."""
     facts = world.appliance.facts
     answer = ['--answer', f'{QUESTION["id"]}=yes'] if answers else []
-    run = Run([str(world.programs / 'hvctl'), 'migrate', '--host', host_of(status), '--port',
-               status['port'], '--thumbprint', status['thumbprint'], '--user', ADMINISTRATOR,
-               '--locale', world.settings.locale, '--ssh-server', APPLIANCE, '--ssh-folder',
-               facts['folder'], '--ssh-user', facts['user'], '--ssh-thumbprint',
-               thumbprint or facts['thumbprints']['rsa'], *answer,
-               '--arrived-at', facts['root'] + facts['folder'], '--shutdown'],
-              environment_of(world, ssh_password or world.ssh_password), world.narrator,
-              '  hvctl | ')
+    return Run([str(world.programs / 'hvctl'), 'migrate', '--host', host_of(status), '--port',
+                status['port'], '--thumbprint', status['thumbprint'], '--user', ADMINISTRATOR,
+                '--locale', world.settings.locale, '--ssh-server', APPLIANCE, '--ssh-folder',
+                facts['folder'], '--ssh-user', facts['user'], '--ssh-thumbprint',
+                thumbprint or facts['thumbprints']['rsa'], *answer,
+                '--arrived-at', facts['root'] + facts['folder'], '--shutdown'],
+               environment_of(world, ssh_password or world.ssh_password), world.narrator,
+               '  hvctl | ')
+
+
+def migrate(world, *arguments):
+    """A whole migration, as start_migration() has it. Returns the client's exit code and output."""
+    run = start_migration(world, *arguments)
     try:
         with CopyWatch(world):
             return run.wait(), run.output

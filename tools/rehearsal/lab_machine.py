@@ -12,6 +12,7 @@ from narrator import StepFailed
 TEMP = 'Users/Administrator/AppData/Local/Temp'
 OPENING = 'Ostrel-Halvard (Temporary)'
 AGENT_FOLDER = 'Users/Administrator/AppData/Local/Ostrel/Halvard'
+EXPORT_LINE = 'CreateUpgradeRunnerInputFile: Export directory is: '
 
 
 def merge(target, patch):
@@ -80,11 +81,16 @@ class LabMachine:
 
     @property
     def export_folder(self):
-        return self.drive / AGENT_FOLDER / 'export'
+        """Of the last export: each further one of an agent goes one folder deeper."""
+        told = [line for line in self.log().splitlines() if EXPORT_LINE in line]
+        if not told:
+            return self.drive / AGENT_FOLDER / 'export'
+        path = told[-1].partition(EXPORT_LINE)[2]
+        return self.drive / path.removeprefix('C:\\').replace('\\', '/')
 
     @property
     def export_zip(self):
-        return self.drive / AGENT_FOLDER / 'export.zip'
+        return self.export_folder.with_name('export.zip')
 
     @property
     def extraction_folder(self):

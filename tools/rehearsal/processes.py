@@ -26,6 +26,13 @@ class StandIn:
             raise StepFailed(self._process.stderr.read().strip() or f'{program} has ended')
         self.facts = json.loads(line)
 
+    @property
+    def pid(self):
+        return self._process.pid
+
+    def has_ended(self):
+        return self._process.poll() is not None
+
     def end(self):
         self._process.stdin.close()
         try:
