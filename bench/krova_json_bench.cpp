@@ -7,7 +7,6 @@
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 
-#include <boost/asio/streambuf.hpp>
 #include <functional>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -17,6 +16,7 @@
 
 #include "krova/protocol/json/request_deserializer.h"
 #include "krova/protocol/json/response_serializer.h"
+#include "krova/transport/http/stream_buffer.h"
 #include "ratio_reporter.h"
 #include "text_source.h"
 
@@ -102,10 +102,10 @@ Krova::Data::ValuePointer ReadWithKrova(std::string& text) {
 
 /// \return The size of the response.
 std::size_t WriteWithKrova(const std::shared_ptr<Krova::Core::MethodResult>& result) {
-  boost::asio::streambuf sink;
+  Krova::Transport::Http::StreamBuffer sink;
   std::shared_ptr<const Krova::Data::ErrorValue> error;
   JsonApiResponseSerializer<Secure>().SerializeResult("1", result, sink, error);
-  return sink.size();
+  return sink.GetText().size();
 }
 
 // Theirs.

@@ -51,8 +51,7 @@ char* WriteByte(char byte, char* to) {
 
 }  // namespace
 
-JsonWriter::JsonWriter(std::streambuf& sink)
-    : sink_(sink), asioSink_(dynamic_cast<boost::asio::streambuf*>(&sink)) {}
+JsonWriter::JsonWriter(std::streambuf& sink) : sink_(sink) {}
 
 void JsonWriter::Key(std::string_view key) {
   Separate();
@@ -134,14 +133,7 @@ char* JsonWriter::Reserve(std::size_t size) {
 }
 
 void JsonWriter::Flush() {
-  const auto size = static_cast<std::size_t>(at_ - block_.data());
-  if (asioSink_ != nullptr) {
-    // Written to as a stream buffer, it would grow by 128 bytes at a time.
-    std::memcpy(asioSink_->prepare(size).data(), block_.data(), size);
-    asioSink_->commit(size);
-  } else {
-    sink_.sputn(block_.data(), static_cast<std::streamsize>(size));
-  }
+  sink_.sputn(block_.data(), at_ - block_.data());
   at_ = block_.data();
 }
 

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <array>
-#include <boost/asio/streambuf.hpp>
 #include <cstddef>
 #include <cstdint>
 #include <streambuf>
@@ -54,8 +53,6 @@ class JsonWriter {
   void Flush();
 
   std::streambuf& sink_;
-  /// The sink if it is one of Asio's, else null.
-  boost::asio::streambuf* const asioSink_;
   /// Whether the next key or element follows another one of the same compound.
   bool needsComma_ = false;
   std::array<char, kBlockSize> block_;
