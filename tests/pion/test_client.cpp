@@ -69,6 +69,11 @@ void test_client::end_sending() {
   socket_.lowest_layer().shutdown(asio::ip::tcp::socket::shutdown_send, ignored);
 }
 
+error_code test_client::say_goodbye() {
+  stream_->shutdown(end_);
+  return end_;
+}
+
 void test_client::abort() {
   socket_.lowest_layer().set_option(asio::socket_base::linger(true, 0));
   socket_.lowest_layer().close();

@@ -51,6 +51,9 @@ class test_client {
   bool send(std::string_view bytes);
   /// Ends the sending side, the socket's only.
   void end_sending();
+  /// Ends TLS in order and waits until the server has done so too.
+  /// \return No error once it has.
+  boost::system::error_code say_goodbye();
   /// Closes so that the server sees a reset.
   void abort();
   void close();

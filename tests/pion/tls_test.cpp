@@ -168,6 +168,16 @@ TEST_F(Tls, EndsOfClientsInTheMiddleDoNoHarm) {
   EXPECT_EQ(content_of(exchange(request)), "POST /api {}");
 }
 
+TEST_F(Tls, OrderlyEndInTheMiddleOfARequestIsAnsweredWithOne) {
+  start();
+  for (const int version : {TLS1_2_VERSION, TLS1_3_VERSION}) {
+    auto context = make_client_context(version);
+    test_client client(server_->get_port(), &context);
+    client.send("POST /api HTTP/1.1\r\nContent-Length: 5\r\n\r\nhe");
+    EXPECT_FALSE(client.say_goodbye()) << "the server says it too";
+  }
+}
+
 TEST_F(Tls, SlowReaderGetsEverything) {
   const std::string large(6000000, 'y');
   server_->add_resource("/large", [&](const request_ptr& asked, const connection_ptr& connection) {
