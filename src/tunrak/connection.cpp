@@ -2,6 +2,7 @@
 
 #include <boost/asio/connect.hpp>
 #include <boost/asio/ssl/error.hpp>
+#include <boost/beast/http/empty_body.hpp>
 #include <boost/beast/http/parser.hpp>
 #include <boost/beast/http/read.hpp>
 #include <boost/beast/http/string_body.hpp>
@@ -23,6 +24,8 @@ using boost::system::error_code;
 
 constexpr int kHttp11 = 11;
 constexpr std::uint32_t kHeaderLimit = 64 * 1024;
+/// The most that TLS sends at once.
+constexpr std::size_t kRecordSize = 16 * 1024;
 
 [[noreturn]] void Fail(const std::string& step, const std::string& reason) {
   throw Exception(step + " failed: " + reason + ".");
@@ -67,13 +70,28 @@ std::string HostAndPort(const std::string& host, std::int32_t port) {
   return (bracketed ? "[" + host + "]" : host) + ":" + std::to_string(port);
 }
 
+/// What an asynchronous operation calls at its end. One type for all of them, and blocking streams
+/// on top of the few on plain bytes: each pair of types costs the compiler a second.
+struct Connection::Ended {
+  Connection& connection;
+
+  void operator()(const error_code& error) const { connection.awaited_ = error; }
+  void operator()(const error_code& error, std::size_t bytes) const {
+    connection.awaited_ = error;
+    connection.transferred_ = bytes;
+  }
+  void operator()(const error_code& error, const asio::ip::tcp::endpoint&) const {
+    connection.awaited_ = error;
+  }
+};
+
 Connection::Connection(std::chrono::milliseconds idleLimit)
     : idleLimit_(idleLimit), socket_(service_) {}
 
 Connection::~Connection() {
   if (tls_ && reusable_) {
     // The goodbye fits into the socket's buffer, or it doesn't go out at all.
-    tls_->async_shutdown([](const error_code&) {});
+    tls_->async_shutdown(Ended{*this});
     service_.restart();
     service_.poll();
   }
@@ -92,21 +110,63 @@ Connection::~Connection() {
 template <typename Start>
 error_code Connection::Await(Start start) {
   awaited_.clear();
+  transferred_ = 0;
   socket_.expires_after(idleLimit_);
-  start([this](const error_code& error, const auto&...) { awaited_ = error; });
+  start(Ended{*this});
   service_.restart();
   service_.run();
   return awaited_;
 }
 
-template <typename Visitor>
-void Connection::WithStream(Visitor visitor) {
-  if (tls_) {
-    visitor(*tls_);
-  } else {
-    visitor(socket_);
-  }
+std::size_t Connection::ReadSome(asio::mutable_buffer room, error_code& error) {
+  error = Await([&](Ended ended) {
+    if (tls_) {
+      tls_->async_read_some(room, ended);
+    } else {
+      socket_.async_read_some(room, ended);
+    }
+  });
+  return transferred_;
 }
+
+std::size_t Connection::WriteSome(asio::const_buffer bytes, error_code& error) {
+  error = Await([&](Ended ended) {
+    if (tls_) {
+      tls_->async_write_some(bytes, ended);
+    } else {
+      socket_.async_write_some(bytes, ended);
+    }
+  });
+  return transferred_;
+}
+
+/// The connection as a blocking stream, which messages are read from and written to.
+class Connection::Bytes {
+ public:
+  explicit Bytes(Connection& connection) : connection_(connection) {}
+
+  template <typename Buffers>
+  std::size_t read_some(const Buffers& buffers, error_code& error) {
+    return connection_.ReadSome(*asio::buffer_sequence_begin(buffers), error);
+  }
+
+  /// A message is many pieces, which leave as one.
+  template <typename Buffers>
+  std::size_t write_some(const Buffers& buffers, error_code& error) {
+    std::array<char, kRecordSize> record;
+    return connection_.WriteSome(
+        asio::buffer(record, asio::buffer_copy(asio::buffer(record), buffers)), error);
+  }
+
+  // Beast wants these of a stream, and doesn't call them.
+  template <typename Buffers>
+  std::size_t read_some(const Buffers& buffers);
+  template <typename Buffers>
+  std::size_t write_some(const Buffers& buffers);
+
+ private:
+  Connection& connection_;
+};
 
 void Connection::Connect(const std::string& host, std::int32_t port, bool probe) {
   const std::string step = "Connecting to " + HostAndPort(host, port);
@@ -115,7 +175,7 @@ void Connection::Connect(const std::string& host, std::int32_t port, bool probe)
   const auto addresses =
       resolver.resolve(host, std::to_string(port), asio::ip::resolver_base::numeric_service, error);
   Check(error, step);
-  error = Await([&](auto done) { socket_.async_connect(addresses, done); });
+  error = Await([&](Ended ended) { socket_.async_connect(addresses, ended); });
   Check(error, step);
   // Requests go out in one piece each, and nothing is gained by waiting for more.
   socket_.socket().set_option(asio::ip::tcp::no_delay(true), error);
@@ -127,16 +187,16 @@ void Connection::OpenTunnel(const std::string& peer, const std::string& path) {
   const std::string step = "Opening the tunnel " + path + " of " + peer;
   http::request<http::empty_body> request(http::verb::connect, path, kHttp11);
   request.set(http::field::host, peer);
-  Check(Await([&](auto done) { http::async_write(socket_, request, done); }), step);
+  Bytes bytes(*this);
+  error_code error;
+  http::write(bytes, request, error);
+  Check(error, step);
 
   http::response_parser<http::empty_body> parser;
   parser.header_limit(kHeaderLimit);
   // Behind the header's empty line the connection is the far server's, whatever the header says.
   parser.skip(true);
-  error_code error;
-  while (!error && !parser.is_header_done()) {
-    error = Await([&](auto done) { http::async_read_some(socket_, buffer_, parser, done); });
-  }
+  http::read_header(bytes, buffer_, parser, error);
   Check(error, step);
   const auto& answer = parser.get();
   if (http::to_status_class(answer.result_int()) != http::status_class::successful) {
@@ -154,7 +214,7 @@ void Connection::StartTls(Ssl::Context& context, const std::string& peer, const 
   const Ssl::CertificateCheck check(ssl, host, IsAddress(host), thumbprint);
   reusable_ = false;
   const error_code error =
-      Await([&](auto done) { tls_->async_handshake(asio::ssl::stream_base::client, done); });
+      Await([&](Ended ended) { tls_->async_handshake(asio::ssl::stream_base::client, ended); });
   if (error) Fail("TLS handshake with " + peer, check.HandshakeFailure(ErrorText(error)));
   check.Compare(peer);
   reusable_ = true;
@@ -167,13 +227,9 @@ error_code Connection::Send(const std::string& peer, const Request& request) {
   for (const auto& [name, value] : request.headers) message.set(name, value);
   message.body() = request.content;
   message.prepare_payload();
-  http::request_serializer<http::string_body> serializer(message);
+  Bytes bytes(*this);
   error_code error;
-  while (!error && !serializer.is_done()) {
-    WithStream([&](auto& stream) {
-      error = Await([&](auto done) { http::async_write_some(stream, serializer, done); });
-    });
-  }
+  http::write(bytes, message, error);
   return error;
 }
 
@@ -181,12 +237,10 @@ error_code Connection::Receive(Response& response) {
   http::response_parser<http::vector_body<char>> parser;
   parser.header_limit(kHeaderLimit);
   parser.body_limit(kContentLimit);
+  Bytes bytes(*this);
   error_code error;
   while (!error && !parser.is_done()) {
-    WithStream([&](auto& stream) {
-      // A wait for each piece: a long answer may take its time as long as it goes on.
-      error = Await([&](auto done) { http::async_read_some(stream, buffer_, parser, done); });
-    });
+    http::read_some(bytes, buffer_, parser, error);
     answerBegun_ = answerBegun_ || buffer_.size() != 0 || parser.got_some();
   }
   if (error) return error;

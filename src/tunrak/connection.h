@@ -3,11 +3,9 @@
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/ssl/stream.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/core/tcp_stream.hpp>
-#include <boost/beast/http/empty_body.hpp>
-#include <boost/beast/http/message.hpp>
-#include <boost/beast/ssl.hpp>
 #include <chrono>
 #include <cstdint>
 #include <optional>
@@ -48,19 +46,23 @@ class Connection {
   bool IsReusable() const { return reusable_; }
 
  private:
+  class Bytes;
+  struct Ended;
+
   template <typename Start>
   boost::system::error_code Await(Start start);
-  template <typename Visitor>
-  void WithStream(Visitor visitor);
+  std::size_t ReadSome(boost::asio::mutable_buffer room, boost::system::error_code& error);
+  std::size_t WriteSome(boost::asio::const_buffer bytes, boost::system::error_code& error);
   boost::system::error_code Send(const std::string& peer, const Request& request);
   boost::system::error_code Receive(Response& response);
 
   std::chrono::milliseconds idleLimit_;
   boost::asio::io_context service_;
   boost::beast::tcp_stream socket_;
-  std::optional<boost::beast::ssl_stream<boost::beast::tcp_stream&>> tls_;
+  std::optional<boost::asio::ssl::stream<boost::beast::tcp_stream&>> tls_;
   boost::beast::flat_buffer buffer_;
   boost::system::error_code awaited_;
+  std::size_t transferred_ = 0;
   bool answerBegun_ = false;
   bool reusable_ = false;
 };

@@ -6,10 +6,14 @@
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/ssl/context.hpp>
 #include <boost/asio/ssl/error.hpp>
+#include <boost/asio/ssl/stream.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/core/tcp_stream.hpp>
-#include <boost/beast/http.hpp>
-#include <boost/beast/ssl.hpp>
+#include <boost/beast/http/buffer_body.hpp>
+#include <boost/beast/http/parser.hpp>
+#include <boost/beast/http/read.hpp>
+#include <boost/beast/http/string_body.hpp>
+#include <boost/beast/http/write.hpp>
 
 #include "failure.h"
 #include "thumbprint.h"
@@ -25,6 +29,8 @@ using boost::system::error_code;
 constexpr const char* kPlainType = "application/json";
 constexpr const char* kFramedType = "application/vnd.ostrel.krova.framed";
 constexpr std::size_t kReadSize = 16 * 1024;
+/// The most that TLS sends at once.
+constexpr std::size_t kRecordSize = 16 * 1024;
 
 std::string Reason(const error_code& error) {
   if (error == beast::error::timeout) return "the time limit has passed";
@@ -35,6 +41,97 @@ std::string Reason(const error_code& error) {
   return error.message();
 }
 
+/// TLS with a time limit for each step. Messages are read from it and written to it as with a
+/// blocking stream: the asynchronous operations of whole messages, each with its own types, would
+/// take the compiler half a minute.
+class LimitedStream {
+ public:
+  LimitedStream() {
+    // The agent's own certificate says nothing to a certificate store: its thumbprint is the proof,
+    // and it is compared right after the handshake.
+    tls_.set_verify_mode(asio::ssl::verify_none);
+    // The agent takes this group alone; offering another first costs a round trip.
+    (void)SSL_CTX_set1_groups_list(tls_.native_handle(), "P-256:X25519:P-384");
+  }
+
+  SSL* NativeHandle() { return stream_.native_handle(); }
+
+  asio::ip::tcp::resolver::results_type Resolve(const Endpoint& agent, error_code& error) {
+    asio::ip::tcp::resolver resolver(io_);
+    return resolver.resolve(agent.host, std::to_string(agent.port), error);
+  }
+
+  /// \param limit  For the next steps. Zero: none.
+  void Limit(std::chrono::seconds limit) { limit_ = limit; }
+
+  error_code Connect(const asio::ip::tcp::resolver::results_type& addresses) {
+    return Await([&](Ended ended) { stream_.next_layer().async_connect(addresses, ended); });
+  }
+
+  error_code Handshake() {
+    return Await(
+        [&](Ended ended) { stream_.async_handshake(asio::ssl::stream_base::client, ended); });
+  }
+
+  template <typename Buffers>
+  std::size_t read_some(const Buffers& buffers, error_code& error) {
+    const asio::mutable_buffer room = *asio::buffer_sequence_begin(buffers);
+    error = Await([&](Ended ended) { stream_.async_read_some(room, ended); });
+    return transferred_;
+  }
+
+  /// A message is many pieces, which leave as one.
+  template <typename Buffers>
+  std::size_t write_some(const Buffers& buffers, error_code& error) {
+    std::array<char, kRecordSize> record;
+    const asio::const_buffer bytes(record.data(), asio::buffer_copy(asio::buffer(record), buffers));
+    error = Await([&](Ended ended) { stream_.async_write_some(bytes, ended); });
+    return transferred_;
+  }
+
+  // Beast wants these of a stream, and doesn't call them.
+  template <typename Buffers>
+  std::size_t read_some(const Buffers& buffers);
+  template <typename Buffers>
+  std::size_t write_some(const Buffers& buffers);
+
+ private:
+  /// What each operation calls at its end.
+  struct Ended {
+    LimitedStream& stream;
+
+    void operator()(const error_code& error) const { stream.error_ = error; }
+    void operator()(const error_code& error, std::size_t bytes) const {
+      stream.error_ = error;
+      stream.transferred_ = bytes;
+    }
+    void operator()(const error_code& error, const asio::ip::tcp::endpoint&) const {
+      stream.error_ = error;
+    }
+  };
+
+  template <typename Start>
+  error_code Await(Start start) {
+    if (limit_ == std::chrono::seconds::zero()) {
+      stream_.next_layer().expires_never();
+    } else {
+      stream_.next_layer().expires_after(limit_);
+    }
+    transferred_ = 0;
+    start(Ended{*this});
+    io_.restart();
+    io_.run();
+    return error_;
+  }
+
+  asio::io_context io_;
+  asio::ssl::context tls_{asio::ssl::context::tls_client};
+  asio::ssl::stream<beast::tcp_stream> stream_{io_, tls_};
+  std::chrono::seconds limit_{};
+  error_code error_;
+  std::size_t transferred_ = 0;
+};
+
 }  // namespace
 
 std::string Endpoint::Text() const {
@@ -44,33 +141,19 @@ std::string Endpoint::Text() const {
 
 class AgentConnection::Stream {
  public:
-  Stream(const Endpoint& agent, const TimeLimits& limits) : agent_(agent), limits_(limits) {
-    // The agent's own certificate says nothing to a certificate store: its thumbprint is the proof,
-    // and it is compared right after the handshake.
-    tls_.set_verify_mode(asio::ssl::verify_none);
-    // The agent takes this group alone; offering another first costs a round trip.
-    (void)SSL_CTX_set1_groups_list(tls_.native_handle(), "P-256:X25519:P-384");
-  }
+  Stream(const Endpoint& agent, const TimeLimits& limits) : agent_(agent), limits_(limits) {}
 
   void Connect() {
-    asio::ip::tcp::resolver resolver(io_);
     error_code error;
-    const auto addresses = resolver.resolve(agent_.host, std::to_string(agent_.port), error);
+    const auto addresses = stream_.Resolve(agent_, error);
     ThrowOn(error, "The name " + agent_.host + " can't be resolved");
-    Limit(limits_.connect);
-    beast::get_lowest_layer(stream_).async_connect(
-        addresses, [&error](const error_code& result, const auto&) { error = result; });
-    Run();
-    ThrowOn(error, "No connection to " + agent_.Text());
-    Limit(limits_.connect);
-    stream_.async_handshake(asio::ssl::stream_base::client,
-                            [&error](const error_code& result) { error = result; });
-    Run();
-    ThrowOn(error, "No TLS connection to " + agent_.Text());
+    stream_.Limit(limits_.connect);
+    ThrowOn(stream_.Connect(addresses), "No connection to " + agent_.Text());
+    ThrowOn(stream_.Handshake(), "No TLS connection to " + agent_.Text());
   }
 
   std::string PeerThumbprint() {
-    X509* const certificate = SSL_get0_peer_certificate(stream_.native_handle());
+    X509* const certificate = SSL_get0_peer_certificate(stream_.NativeHandle());
     if (certificate == nullptr) {
       throw Failure(ExitCode::kNotTrusted, agent_.Text() + " has shown no certificate.");
     }
@@ -86,20 +169,16 @@ class AgentConnection::Stream {
     request.body() = body;
     request.prepare_payload();
     error_code error;
-    Limit(limits_.connect);
-    http::async_write(stream_, request,
-                      [&error](const error_code& result, std::size_t) { error = result; });
-    Run();
+    stream_.Limit(limits_.connect);
+    http::write(stream_, request, error);
     ThrowOn(error, "The request to " + agent_.Text() + " wasn't sent");
   }
 
   void Receive(bool framed, const std::function<void(std::string_view)>& onBody) {
     parser_.body_limit(boost::none);
     error_code error;
-    Limit(limits_.answer);
-    http::async_read_header(stream_, buffer_, parser_,
-                            [&error](const error_code& result, std::size_t) { error = result; });
-    Run();
+    stream_.Limit(limits_.answer);
+    http::read_header(stream_, buffer_, parser_, error);
     ThrowOn(error, "No answer from " + agent_.Text());
     CheckHeader(framed);
     while (!parser_.is_done()) ReadPiece(onBody);
@@ -125,26 +204,10 @@ class AgentConnection::Stream {
     body.data = piece.data();
     body.size = piece.size();
     error_code error;
-    Limit(limits_.answer);
-    http::async_read(stream_, buffer_, parser_,
-                     [&error](const error_code& result, std::size_t) { error = result; });
-    Run();
+    http::read(stream_, buffer_, parser_, error);
     if (error == http::error::need_buffer) error = {};
     ThrowOn(error, "The answer from " + agent_.Text() + " ended early");
     onBody(std::string_view(piece.data(), piece.size() - body.size));
-  }
-
-  void Limit(std::chrono::seconds limit) {
-    if (limit == std::chrono::seconds::zero()) {
-      beast::get_lowest_layer(stream_).expires_never();
-    } else {
-      beast::get_lowest_layer(stream_).expires_after(limit);
-    }
-  }
-
-  void Run() {
-    io_.restart();
-    io_.run();
   }
 
   static void ThrowOn(const error_code& error, const std::string& what) {
@@ -153,9 +216,7 @@ class AgentConnection::Stream {
 
   const Endpoint agent_;
   const TimeLimits limits_;
-  asio::io_context io_;
-  asio::ssl::context tls_{asio::ssl::context::tls_client};
-  beast::ssl_stream<beast::tcp_stream> stream_{io_, tls_};
+  LimitedStream stream_;
   beast::flat_buffer buffer_;
   http::response_parser<http::buffer_body> parser_;
 };
