@@ -3,8 +3,6 @@
 #include <boost/asio/posix/stream_descriptor.hpp>
 #include <boost/asio/signal_set.hpp>
 
-#include <CLI/CLI.hpp>
-
 #include <unistd.h>
 
 #include <array>
@@ -35,17 +33,15 @@ constexpr const char* kFooter =
 hosts and machines, pid. It ends on SIGTERM and SIGINT. Exit codes: 0 after such an end, 1 when it can't
 start, 2 for a wrong command line.)";
 
-void AddOptions(CLI::App& app, Options& options) {
-  app.add_option("--config", options.configFile,
+void AddOptions(Lab::Program& program, Options& options) {
+  program.Option("--config", options.configFile,
                  "Description of the server, as config.schema.json has it; - is standard input");
-  app.add_option("--record", options.record, "File for the journal, one JSON object in a line");
-  app.add_option("--certificate", options.certificate,
+  program.Option("--record", options.record, "File for the journal, one JSON object in a line");
+  program.Option("--certificate", options.certificate,
                  "PEM file with private key and certificate, in place of the description's");
-  app.add_option("--port", options.port, "Port, in place of the description's; 0: any")
-      ->check(CLI::Range(0, 65535));
-  app.add_flag("--until-input-ends", options.untilInputEnds,
+  program.Option("--port", options.port, 65535, "Port, in place of the description's; 0: any");
+  program.Flag("--until-input-ends", options.untilInputEnds,
                "End when standard input ends as well, so that nobody leaves it behind");
-  app.footer(kFooter);
 }
 
 Config ConfigFor(const Options& options) {
@@ -96,8 +92,9 @@ void Run(const Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  CLI::App app{"A Kelvane Server of the lab, with its lookup service."};
+  Lab::Program program("kelvane-server", "A Kelvane Server of the lab, with its lookup service.",
+                       kFooter);
   Options options;
-  AddOptions(app, options);
-  return Lab::RunProgram(app, argc, argv, "kelvane-server", [&options] { Run(options); });
+  AddOptions(program, options);
+  return program.Run(argc, argv, [&options] { Run(options); });
 }

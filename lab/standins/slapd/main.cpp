@@ -2,7 +2,6 @@
 #include <json/writer.h>
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <cstdio>
 #include <optional>
 #include <stdexcept>
@@ -26,16 +25,15 @@ constexpr const char* kFooter =
 logs in, with the domain), pid. It ends on SIGTERM and SIGINT. Exit codes: 0 after such an end, 1 when it
 can't start, 2 for a wrong command line.)";
 
-void AddOptions(CLI::App& app, Options& options) {
-  app.add_option("--domain", options.domain, "Domain of the directory; ostrel.local");
-  app.add_option("--user", options.user.name, "Its one user; Administrator");
-  app.add_option("--password", options.user.password, "\"secret\"");
-  app.add_option("--belvar-version", options.version,
+void AddOptions(Lab::Program& program, Options& options) {
+  program.Option("--domain", options.domain, "Domain of the directory; ostrel.local");
+  program.Option("--user", options.user.name, "Its one user; Administrator");
+  program.Option("--password", options.user.password, "\"secret\"");
+  program.Option("--belvar-version", options.version,
                  "Version that it tells of its Belvar Controller, as 6.0.1; without it an older "
                  "directory, which tells none");
-  app.add_flag("--until-input-ends", options.untilInputEnds,
+  program.Flag("--until-input-ends", options.untilInputEnds,
                "End when standard input ends as well, so that nobody leaves it behind");
-  app.footer(kFooter);
 }
 
 void Announce(const Lab::Slapd& server, const Options& options) {
@@ -63,8 +61,10 @@ void Run(const Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  CLI::App app{"A directory of Single Sign-On of the lab: the real slapd on a port of its own."};
+  Lab::Program program(
+      "lab-slapd", "A directory of Single Sign-On of the lab: the real slapd on a port of its own.",
+      kFooter);
   Options options;
-  AddOptions(app, options);
-  return Lab::RunProgram(app, argc, argv, "lab-slapd", [&options] { Run(options); });
+  AddOptions(program, options);
+  return program.Run(argc, argv, [&options] { Run(options); });
 }

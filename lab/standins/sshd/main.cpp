@@ -2,7 +2,6 @@
 #include <json/writer.h>
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <cstdio>
 #include <memory>
 #include <string>
@@ -26,22 +25,21 @@ key, folder (a memory file system, as clients name it), root (where this host se
 put a path behind it), pid. It ends on SIGTERM and SIGINT. Exit codes: 0 after such an end, 1 when it
 can't start, 2 for a wrong command line.)";
 
-void AddOptions(CLI::App& app, Options& options) {
-  app.add_option("--user", options.settings.user, "Who may log in; root");
-  app.add_option("--password", options.settings.password, "\"secret\"");
-  app.add_option("--host-key", options.settings.hostKeys, "rsa, ecdsa, ed25519; several; rsa")
-      ->check(CLI::IsMember({"rsa", "ecdsa", "ed25519"}));
-  app.add_option("--disk-size", options.settings.diskSize, "Room in the folder, as 64k or 2g");
-  app.add_option("--option", options.settings.options, "Further line of sshd_config; several");
-  app.add_option("--close-after", options.limits.closeAfter,
+void AddOptions(Lab::Program& program, Options& options) {
+  program.Option("--user", options.settings.user, "Who may log in; root");
+  program.Option("--password", options.settings.password, "\"secret\"");
+  program.Option("--host-key", options.settings.hostKeys, "rsa, ecdsa, ed25519; several; rsa",
+                 {"rsa", "ecdsa", "ed25519"});
+  program.Option("--disk-size", options.settings.diskSize, "Room in the folder, as 64k or 2g");
+  program.Option("--option", options.settings.options, "Further line of sshd_config; several");
+  program.Option("--close-after", options.limits.closeAfter,
                  "Close a connection after so many bytes of the client");
-  app.add_option("--silent-after", options.limits.silentAfter,
+  program.Option("--silent-after", options.limits.silentAfter,
                  "Fall silent after so many bytes of the client");
-  app.add_option("--rate", options.limits.bytesPerSecond,
+  program.Option("--rate", options.limits.bytesPerSecond,
                  "Take so many bytes of the client in a second");
-  app.add_flag("--until-input-ends", options.untilInputEnds,
+  program.Flag("--until-input-ends", options.untilInputEnds,
                "End when standard input ends as well, so that nobody leaves it behind");
-  app.footer(kFooter);
 }
 
 bool HasLimits(const Lab::TcpRelay::Limits& limits) {
@@ -83,9 +81,11 @@ void Run(const Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  CLI::App app{
-      "An appliance of the lab: the real sshd, alone on this host with a user of its own."};
+  Lab::Program program(
+      "lab-sshd",
+      "An appliance of the lab: the real sshd, alone on this host with a user of its own.",
+      kFooter);
   Options options;
-  AddOptions(app, options);
-  return Lab::RunProgram(app, argc, argv, "lab-sshd", [&options] { Run(options); });
+  AddOptions(program, options);
+  return program.Run(argc, argv, [&options] { Run(options); });
 }
