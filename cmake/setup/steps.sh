@@ -9,6 +9,8 @@ export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
 # What the compiler says of its includes tells the cache enough: no run of the preprocessor before
 # each of the compiler. Precompiled headers are found by what is in them.
 export CCACHE_DEPEND=1 CCACHE_SLOPPINESS=pch_defines,time_macros
+# They are large: what the cache has read of a file holds as long as the file isn't written to.
+export CCACHE_INODECACHE=1
 
 # Tells what is being done.
 Step() { printf '\n== %s\n' "$*"; }
