@@ -57,6 +57,10 @@ class Oracle(unittest.TestCase):
     def test_a_line_at_level_info_tells_nobody(self):
         self.assert_found('SILENT', failed(log=Counter({('I', 'Copied the file.'): 1})))
 
+    def test_a_line_that_comes_by_chance_tells_nobody(self):
+        line = by_design.BY_CHANCE[0]
+        self.assert_found('SILENT', failed(log=Counter({('W', line): 1})))
+
     def test_a_failure_at_level_info_tells_as_well(self):
         self.assertEqual(self.judge(failed(log=Counter({('I', 'Failed to wait.'): 1}))).faults, [])
 

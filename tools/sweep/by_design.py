@@ -53,19 +53,24 @@ SILENT = {
     ('DeleteFileW', 'src/transfer/archive_check.cpp'): 'the file is written over',
     ('DeleteFileW', 'src/transfer/export_zip.cpp'): 'a file that stays keeps the next from being made',
     ('DeleteFileW', 'src/transfer/log_bundle.cpp'): 'the copy of the log stays',
+    ('DnsQuery_W', 'src/network/fqdn_check.cpp'): 'a name without an address was so before',
     ('DsGetDcNameW', 'src/network/directory_domain.cpp'): 'a machine may well be in no domain',
     ('GetAdaptersAddresses', 'src/network/address_on_system.cpp'):
         'a list that has grown is read anew',
     ('GetAddrInfoW', 'src/network/host_name_check.cpp'): 'level info tells what was looked up in vain',
     ('GetAddrInfoW', 'src/network/name_resolution.cpp'): 'a name without an address was so before',
+    ('GetFileAttributesW', 'src/security/existing_path.cpp'):
+        'what isn\'t there is looked at as a folder that is to be made',
     ('GetStdHandle', 'src/core/startup/initialization.cpp'):
         'the size of the console is a convenience',
     ('GetTempPathW', 'src/core/temp_directory.cpp'): 'without the folder there is no log to tell it',
     ('INetFwOpenPorts_Item', 'src/security/firewall.cpp'): 'what isn\'t open is opened',
+    ('InetPtonW', 'src/network/ip_properties.cpp'): OTHERWISE,
     ('InetPtonW', 'src/network/name_resolution.cpp'): 'what can\'t be read as an address is a name',
     ('LookupPrivilegeValueW', 'src/host/machine_shutdown.cpp'): 'the shutdown itself says so',
     ('OpenProcessToken', 'src/host/machine_shutdown.cpp'): 'the shutdown itself says so',
     ('AdjustTokenPrivileges', 'src/host/machine_shutdown.cpp'): 'the shutdown itself says so',
+    ('OpenThreadToken', 'src/security/path_permissions.cpp'): 'a thread without a token gets one',
     ('RegGetValueW', 'src/host/registry.cpp'): 'a line at level info tells of a value that is missing',
     ('RemoveDirectoryW', 'src/host/files.cpp'):
         'a folder that isn\'t empty stays; a line at level info tells it',
@@ -78,7 +83,7 @@ SILENT = {
     ('_wfsopen', 'src/host/files.cpp'): 'the older line has no such file, so it is missing anyway',
 }
 # What a run may still hold when the function that gives it back has failed.
-HANDLES = ('Event', 'File', 'Job', 'Mutex', 'Process', 'Section', 'Snapshot', 'Thread', 'Token')
+HANDLES = ('Event', 'File', 'Job', 'Mutant', 'Process', 'Section', 'Snapshot', 'Thread', 'Token')
 KEPT = {
     'AuthzFreeContext': ('AuthzClientContext',),
     'AuthzFreeResourceManager': ('AuthzResourceManager',),
@@ -90,6 +95,9 @@ KEPT = {
     'WSACleanup': ('sockets',),
     'closesocket': ('Socket',),
 }
+# Lines that come now and then, by how fast the shell's threads are.
+BY_CHANCE = ('ZipDirectory: Failed to find any threads to monitor',
+             'WaitForChildThreads: failed to open thread: 87', 'WaitForChildThreads: wait failed [87]')
 RUNNER_INPUT = 'UpgradeRunnerInput.json'
 TEMPORARY_NAME = 'drive_c/mig'
 # Pieces of the names of files that stay where they can't be removed, or lie elsewhere.
@@ -99,12 +107,18 @@ LEFT = {
     # Opening the file is what removes it.
     'CreateFileW': ('UpgradeRunnerPreupgradeOutput.json',),
     'DeleteFileW': (RUNNER_INPUT, TEMPORARY_NAME, 'UpgradeRunnerPreupgradeOutput.json'),
+    # A console whose echo can't be turned off shows what is typed, before the agent knows it.
+    'GetConsoleMode': ('what was shown',),
     # Whether the files are to be kept is asked of the environment: they are unless it is told no.
     'GetEnvironmentVariableW': (RUNNER_INPUT, 'UpgradeRunnerPreupgradeOutput.json'),
+    # The link to a certificate that no server reads stays.
+    'GetNameInfoW': (TEMPORARY_NAME,),
+    'GetStdHandle': ('what was shown',),
     # The folder in which the agent was started stands for the temp folder.
     'GetTempPathW': ('drive_c/Halvard/',),
     'RemoveDirectoryW': (TEMPORARY_NAME,),
     'SHFileOperationW': ('PythonURExtractDir',),
+    'SetConsoleMode': ('what was shown',),
     'SHGetKnownFolderPath': ('Temp/Ostrel-HV-logs-', 'drive_c/Halvard/logs.zip'),
 }
 # Left by whatever keeps a bundle of logs from being made; and by a client that copies the export

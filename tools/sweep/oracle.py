@@ -24,7 +24,8 @@ def new_lines(seen, usual):
     """What the log and the console tell beyond a run in which nothing fails."""
     log = seen.log - usual.log
     told = [f'{level}: {text}' for level, text in log
-            if level in TOLD_LEVELS or (level == 'I' and FAILURE.search(text))]
+            if (level in TOLD_LEVELS or (level == 'I' and FAILURE.search(text)))
+            and not text.startswith(by_design.BY_CHANCE)]
     told += [f'console: {text}' for text in seen.console - usual.console]
     told += [f'reply: {operation}: {outcome}' for operation, outcome in seen.replies
              if (operation, outcome) not in usual.replies]

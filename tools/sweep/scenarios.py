@@ -11,8 +11,7 @@ from client import Client
 from world import ADMINISTRATOR, APPLIANCE, QUESTION
 
 # Nothing that the agent waits for takes so long with the clock of these machines.
-START_SECONDS = 60
-END_SECONDS = 30
+START_SECONDS = 120
 EXPORT_SECONDS = 60
 POLL_SECONDS = 0.03
 # Polls of an export whose runner is gone, before nobody expects an end of it any more.
@@ -60,8 +59,11 @@ def start_with_service_account(world, session):
 
 
 def start_at_prompts(world, session):
-    session.agent = AgentRun(world, [], {f'Enter {ADMINISTRATOR} password: ': world.password + '\r',
-                                         'Press Enter key to exit.': '\r'})
+    session.agent = AgentRun(world, [], {
+        f'Enter {ADMINISTRATOR} password: ': world.password + '\r',
+        'Enter a directory to export your data and configuration: ': 'C:\\ProgramData\r',
+        'Enter a value between 1 and ': '1\r',
+        'Press Enter key to ': '\r'})
     stop_once_it_serves(session)
 
 
