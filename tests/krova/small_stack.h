@@ -10,8 +10,8 @@
 
 namespace Krova::Testing {
 
-/// Depth of the trees for such tests. Frames of 16 bytes, and none is smaller, would need 3 MiB.
-inline constexpr int kDeep = 200'000;
+/// Depth of the trees for such tests. A frame of no more than a pointer each would need 8 MiB.
+inline constexpr int kDeep = 1'000'000;
 
 /// Calls \p work on a thread of its own with a stack of 256 KiB and waits for its end.
 inline void RunOnSmallStack(std::function<void()> work) {

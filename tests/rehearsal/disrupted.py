@@ -53,8 +53,7 @@ class DisruptedMigration:
         try:
             self.world.start()
             outcome = self.run_disrupted()
-            # A killed appliance takes along what has arrived.
-            if outcome in (WHOLE, UNDISTURBED) and not self.world.appliance.has_ended():
+            if outcome == UNDISTURBED or outcome == WHOLE and not self.disruption.kills_appliance():
                 self.check_whole()
             else:
                 self.run_again()
@@ -95,10 +94,10 @@ class DisruptedMigration:
         return ('hvctl has been interrupted' if code is INTERRUPTED
                 else f'hvctl has ended with exit code {code}')
 
-    def migrate(self, status, saboteur=None):
+    def migrate(self, status, saboteur=None, again=False):
         """The exit code of a client. One that has no word from the agent any more goes on asking;
         a person ends it some time after what has happened."""
-        client = installer.start_migration(self.world, status)
+        client = installer.start_migration(self.world, status, again=again)
         end = time.monotonic() + PATIENCE_SECONDS
         try:
             while not client.has_ended():
@@ -123,16 +122,26 @@ class DisruptedMigration:
             checks.agent_ended(world.agent, 0)  # a second later, although its client wasn't told
         if self.disruption.same_agent and self.status and not world.agent.has_ended():
             status = self.status
+            again = self.export_broke_off()
         else:
             self.end_agent()
             self.clear_up()
             world.agent = StartedAgent(world)
             status = self.status = world.agent.wait_until_it_serves()
+            again = False
         # By the same way: a client knows by it whether it has begun an export there.
-        code = self.migrate(world.line_of_client(status))
+        code = self.migrate(world.line_of_client(status), again=again)
         checks.expect_equal(code, 0, 'exit code of the client, second time')
         checks.agent_ended(world.agent, 0)
         self.check_whole()
+
+    def export_broke_off(self):
+        """Its document may say for ever that it runs; a person sees that its program is gone."""
+        document = self.world.machine.find('UpgradeRunnerExportOutput.json')
+        runners = [name for name in self.world.machine.processes().values()
+                   if name.startswith('python')]
+        is_whole = document and b'"status": "success"' in document.read_bytes()
+        return not runners and not is_whole
 
     def end_agent(self):
         """What is left behind is what the manner of its end leaves."""
@@ -158,6 +167,7 @@ class DisruptedMigration:
 
     def check_whole(self):
         world = self.world
+        world.empty_disk()
         for link in self.links:
             link.unlink()
         checks.machine_shuts_down(world)

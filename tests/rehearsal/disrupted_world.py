@@ -1,7 +1,8 @@
-"""A machine on a small disk of its own, with a line to each of its servers that can be cut."""
+"""A machine whose drive is a small disk, with a line to each of its servers that can be cut."""
 
 import ctypes
 import os
+import shutil
 import subprocess
 import types
 from pathlib import Path
@@ -36,13 +37,19 @@ class DisruptedWorld(World):
         self.lines = {'client': Line('127.0.0.1', 0)}
         self.agent = None
         self._real = {}  # the servers' own processes, by program
-        self._disk = Path(folder) / 'disk'
-        self._disk.mkdir()
-        subprocess.run(['mount', '-t', 'tmpfs', '-o', f'size={DISK_BYTES}', 'none', self._disk],
-                       check=True)
         scratch = Path(folder) / 'scratch'
         scratch.mkdir()
-        super().__init__(settings, programs, self._disk / 'machine', scratch, narrator)
+        super().__init__(settings, programs, Path(folder) / 'machine', scratch, narrator)
+        self._have_small_drive()
+
+    def _have_small_drive(self):
+        """What the lab itself writes of the machine is elsewhere, and has room."""
+        drive = self.machine.drive
+        first = drive.rename(drive.with_name('first'))
+        drive.mkdir()
+        subprocess.run(['mount', '-t', 'tmpfs', '-o', f'size={DISK_BYTES}', 'none', drive], check=True)
+        subprocess.run(['cp', '--archive', f'{first}/.', drive], check=True)
+        shutil.rmtree(first)
 
     def start(self):
         if self.settings.type != 'infrastructure':
@@ -56,7 +63,7 @@ class DisruptedWorld(World):
         super().end()
         for line in self.lines.values():
             line.end()
-        subprocess.run(['umount', '--lazy', self._disk], check=False)
+        subprocess.run(['umount', '--lazy', self.machine.drive], check=False)
 
     def _start(self, program, arguments):
         """The server's facts are those of the line to it, which stays when the server is another."""
@@ -91,9 +98,12 @@ class DisruptedWorld(World):
                 except OSError:
                     piece //= 2
 
+    def empty_disk(self):
+        self._ballast.unlink(missing_ok=True)
+
     def restore(self):
         """Everything is there again, and in order."""
-        self._ballast.unlink(missing_ok=True)
+        self.empty_disk()
         for line in self.lines.values():
             line.mend()
         for program, start in (('kelvane-server', self.start_server),
@@ -104,4 +114,4 @@ class DisruptedWorld(World):
 
     @property
     def _ballast(self):
-        return self._disk / 'ballast'
+        return self.machine.drive / 'ballast'

@@ -42,6 +42,10 @@ class Disruption:
         # Whether the same agent gets a second chance, if it lives on.
         self.same_agent = chance.random() < 0.5
 
+    def kills_appliance(self):
+        """Which takes along what has arrived."""
+        return (self.what, self.whom) == ('kill', 'lab-sshd')
+
     def __str__(self):
         return (f'seed {self.seed}: {self.what} {self.whom} {self.delay * 1000:.0f} ms behind line '
                 f'{self.line}, {self.type}-{self.source}')

@@ -73,15 +73,17 @@ def ask(world, status, command, *arguments):
     return run.wait(), run.output
 
 
-def start_migration(world, status, thumbprint=None, ssh_password=None, answers=True):
-    """A client that drives a whole migration, as a Run."""
+def start_migration(world, status, thumbprint=None, ssh_password=None, answers=True, again=False):
+    """A client that drives a whole migration, as a Run; `again` for an export from the start."""
     facts = world.appliance.facts
-    answer = ['--answer', f'{QUESTION["id"]}=yes'] if answers else []
+    choices = ['--answer', f'{QUESTION["id"]}=yes'] if answers else []
+    if again:
+        choices.append('--again')
     return Run([str(world.programs / 'hvctl'), 'migrate', '--host', host_of(status), '--port',
                 status['port'], '--thumbprint', status['thumbprint'], '--user', ADMINISTRATOR,
                 '--locale', world.settings.locale, '--ssh-server', APPLIANCE, '--ssh-folder',
                 facts['folder'], '--ssh-user', facts['user'], '--ssh-thumbprint',
-                thumbprint or facts['thumbprints']['rsa'], *answer,
+                thumbprint or facts['thumbprints']['rsa'], *choices,
                 '--arrived-at', facts['root'] + facts['folder'], '--shutdown'],
                environment_of(world, ssh_password or world.ssh_password), world.narrator,
                '  hvctl | ')
