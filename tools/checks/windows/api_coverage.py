@@ -27,12 +27,7 @@ LOOKED_UP = re.compile(r'(?:GetProcAddress|FindFunction<\w+>)\([^;"]*"(\w+)"')
 TRAITS = re.compile(r'struct (\w+Traits) \{(.*?)\n\};', re.DOTALL)
 OWNER = re.compile(r'using (\w+) = UniqueResource<(\w+)>')
 # Functions that have no conformance test, and why.
-REASONS: Dict[str, str] = {
-    'CertFreeCertificateContext': 'its certificate comes from LDAP over TLS, which Wine 8 lacks; '
-                                  'tests/lab/ldap_test.cpp tries the lab',
-    'InitiateShutdownW': 'it would end the machine that runs the tests, and Wine 8 lacks it; '
-                         'tests/lab/shutdown_test.cpp tries the lab',
-}
+REASONS: Dict[str, str] = {}
 
 
 class Coverage(NamedTuple):
