@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The rehearsal of tools/rehearsal with the Windows program as the agent: rehearsal_test.py TYPE. The same
+"""The rehearsal of tools/rehearsal with the Windows program as the agent: rehearsal_test.py TYPE SOURCE. The same
 migration runs natively beside it, and both logs have to tell the same.
 
 The machine is a described one of the lab, put into a fresh prefix of Wine; its network is one of this
@@ -54,8 +54,8 @@ def why_not():
     return tried.stderr.strip() if tried.returncode != 0 else ''
 
 
-def settings_of(migration_type):
-    settings = Settings(types.SimpleNamespace(type=migration_type, source='5.5', locale='en',
+def settings_of(migration_type, source):
+    settings = Settings(types.SimpleNamespace(type=migration_type, source=source, locale='en',
                                               export_size=EXPORT_BYTES))
     settings.patch = AS_WINE
     return settings
@@ -85,9 +85,9 @@ def rehearse(world):
     return log
 
 
-def run_both(migration_type, scratch):
-    settings = settings_of(migration_type)
-    description = description_of(settings.machine, scratch / 'described')
+def run_both(scratch, *kind_of_migration):
+    machine = settings_of(*kind_of_migration).machine
+    description = description_of(machine, scratch / 'described')
     description['dns']['names'] = names_of(description)
     password = 'p' + secrets.token_hex(12)
     with private_network.PrivateNetwork(description) as network:
@@ -96,7 +96,7 @@ def run_both(migration_type, scratch):
             print(f'\n==== {kind.__name__}', flush=True)
             folder = scratch / kind.__name__
             folder.mkdir()
-            world = kind(settings_of(migration_type), PROGRAMS, folder / 'machine', folder,
+            world = kind(settings_of(*kind_of_migration), PROGRAMS, folder / 'machine', folder,
                          Narrator(sys.stdout), *more)
             world.machine.firewall_is_on = False
             # What is logged of a property hangs on whether it reads like JSON.
@@ -118,9 +118,9 @@ def main():
         if reason := why_not():
             return skip(reason)
         wine_machine.make_pristine_machine()
-        return private_network.run_inside(sys.argv[1])
+        return private_network.run_inside(*sys.argv[1:])
     with tempfile.TemporaryDirectory(prefix='wine-rehearsal-') as scratch:
-        return run_both(sys.argv[2], Path(scratch))
+        return run_both(Path(scratch), *sys.argv[2:])
 
 
 if __name__ == '__main__':

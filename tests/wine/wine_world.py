@@ -19,7 +19,7 @@ class WineWorld(World):
         super().__init__(settings, programs, folder, scratch, narrator)
 
     def _make_machine(self, folder):
-        return DescribedMachine(f'rehearsal.{self.settings.type}', super()._make_machine(folder))
+        return DescribedMachine(f'rehearsal.{self.settings.machine}', super()._make_machine(folder))
 
     def describe_machine(self):
         super().describe_machine()
