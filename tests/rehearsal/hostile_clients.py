@@ -30,8 +30,9 @@ AT_ONCE = 5000
 CROWD_SECONDS = 6
 WORKERS = 4
 GOOD_PAUSE_SECONDS = 0.1
-# All requests wait for one thread, and a handshake or a large request takes a few milliseconds of it.
-GOOD_LIMIT_SECONDS = 10
+# All requests wait for one thread, and a handshake or a large request takes a few milliseconds of it;
+# but a busy host may leave that thread little time.
+GOOD_LIMIT_SECONDS = 60
 SETTLE_SECONDS = 30
 MORE_MEMORY_BYTES = 16 << 20
 MORE_BEHIND_CROWD_BYTES = 8 << 20
