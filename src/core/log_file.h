@@ -25,7 +25,7 @@ class LogFile {
 
   /// Appends one line and flushes it; nothing happens while the file isn't open.
   /// \param line  UTF-8, without the line's end.
-  void Write(const std::string& line);
+  void Write(std::string line);
 
  private:
   bool OpenIfNeeded();

@@ -12,6 +12,7 @@ namespace {
 using testing::Contains;
 using Testing::DebugLine;
 using testing::ElementsAre;
+using testing::EndsWith;
 using Testing::ErrorLine;
 using Testing::InfoLine;
 using testing::Not;
@@ -141,8 +142,14 @@ TEST_F(Logging, WithoutAClockTheMessageGoesOutWithoutPrefix) {
 }
 
 TEST_F(Logging, NameThatIsTooLongCostsThePrefix) {
-  { LogScope(L"", std::wstring(100, L'n')).Info(L"bare"); }
+  { LogScope(L"", std::wstring(48, L'n')).Info(L"bare"); }
   EXPECT_EQ(LogText(), "bare\n");
+}
+
+TEST_F(Logging, LongestNameThatFitsLeavesThePrefix) {
+  const std::string name(47, 'n');
+  { LogScope(L"", std::wstring(47, L'n')).Info(L"whole"); }
+  EXPECT_THAT(LogText(), EndsWith("Z| " + name + "-14510545| I: whole\n"));
 }
 
 TEST_F(Logging, LinesOfSeveralThreadsStayWhole) {
