@@ -71,6 +71,7 @@ SILENT = {
     ('OpenProcessToken', 'src/host/machine_shutdown.cpp'): 'the shutdown itself says so',
     ('AdjustTokenPrivileges', 'src/host/machine_shutdown.cpp'): 'the shutdown itself says so',
     ('OpenThreadToken', 'src/security/path_permissions.cpp'): 'a thread without a token gets one',
+    ('ReadConsoleW', 'src/core/console.cpp'): 'a Ctrl+C is no answer, and the prompt goes on',
     ('RegGetValueW', 'src/host/registry.cpp'): 'a line at level info tells of a value that is missing',
     ('RemoveDirectoryW', 'src/host/files.cpp'):
         'a folder that isn\'t empty stays; a line at level info tells it',
@@ -116,6 +117,8 @@ LEFT = {
     'GetStdHandle': ('what was shown',),
     # The folder in which the agent was started stands for the temp folder.
     'GetTempPathW': ('drive_c/Halvard/',),
+    # What is typed behind a prompt that has ended isn't masked any more.
+    'ReadConsoleW': ('what was shown',),
     'RemoveDirectoryW': (TEMPORARY_NAME,),
     'SHFileOperationW': ('PythonURExtractDir',),
     'SetConsoleMode': ('what was shown',),
