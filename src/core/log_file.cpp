@@ -1,8 +1,9 @@
 #include "core/log_file.h"
 
 #include <cstddef>
-#include <string_view>
+#include <type_traits>
 
+#include "core/format_into.h"
 #include "core/temp_directory.h"
 #include "core/text.h"
 #include "core/version.h"
@@ -15,45 +16,32 @@ namespace {
 /// line then leaves the process in one write, also beside a second instance.
 constexpr std::size_t kStreamBuffer = 32 * 1024;
 
-/// Of name, build number and level with what stands around them.
-constexpr std::size_t kLongestOrigin = 63;
+constexpr std::size_t kPieceSize = 64;
 
-/// Appends the number with zeros in front, as by "%02d" for two digits, and \p end behind it. Every
-/// line of the log has seven numbers, and printf takes longer for them than the write of the whole
-/// line.
-void AppendNumber(std::wstring& text, unsigned number, std::size_t digits, wchar_t end) {
-  const std::size_t start = text.size();
-  for (; number != 0 || digits > 0; number /= 10) {
-    text.insert(start, 1, static_cast<wchar_t>(L'0' + number % 10));
-    if (digits > 0) --digits;
-  }
-  text += end;
-}
-
-/// As by "%04d-%02d-%02d %02d:%02d:%02d" and ".%03dZ".
-void AppendTime(std::wstring& text, const SYSTEMTIME& utc) {
-  AppendNumber(text, utc.wYear, 4, L'-');
-  AppendNumber(text, utc.wMonth, 2, L'-');
-  AppendNumber(text, utc.wDay, 2, L' ');
-  AppendNumber(text, utc.wHour, 2, L':');
-  AppendNumber(text, utc.wMinute, 2, L':');
-  AppendNumber(text, utc.wSecond, 2, L'.');
-  AppendNumber(text, utc.wMilliseconds, 3, L'Z');
+/// One formatted piece of the prefix, appended to \p prefix. False when it doesn't fit.
+template <typename... Values>
+bool AppendPiece(std::wstring& prefix, std::type_identity_t<WideFormat<Values...>> format,
+                 Values... values) {
+  wchar_t piece[kPieceSize] = {};
+  if (FormatInto(piece, format, values...) < 0) return false;
+  prefix += piece;
+  return true;
 }
 
 /// "2026-01-31 12:00:00.123Z| halvard-14510545| I: ", or nothing.
-std::wstring LinePrefix(std::wstring_view logName, char level) {
+std::wstring LinePrefix(const std::wstring& logName, char level) {
   FILETIME now = {};
   SYSTEMTIME utc = {};
   GetSystemTimeAsFileTime(&now);
   if (!FileTimeToSystemTime(&now, &utc)) return {};
   std::wstring prefix;
-  AppendTime(prefix, utc);
-  // As by "| %s-%hs| %c: ".
-  const std::size_t origin = prefix.size();
-  prefix.append(L"| ").append(logName).append(L"-").append(kBuild).append(L"| ");
-  prefix.append({static_cast<wchar_t>(level), L':', L' '});
-  return prefix.size() - origin <= kLongestOrigin ? prefix : std::wstring();
+  const bool whole =
+      AppendPiece(prefix, L"%04d-%02d-%02d %02d:%02d:%02d", int{utc.wYear}, int{utc.wMonth},
+                  int{utc.wDay}, int{utc.wHour}, int{utc.wMinute}, int{utc.wSecond}) &&
+      AppendPiece(prefix, L".%03dZ", int{utc.wMilliseconds}) &&
+      AppendPiece(prefix, L"| %s-%hs| %c: ", logName.c_str(), kNarrowBuild,
+                  static_cast<wchar_t>(level));
+  return whole ? prefix : std::wstring();
 }
 
 }  // namespace
