@@ -10,9 +10,13 @@
 namespace Hvctl {
 namespace {
 
+using testing::AllOf;
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
 
 constexpr char kNothing[] = "null";
 constexpr char kRunning[] =
@@ -139,6 +143,25 @@ TEST_F(ExportRunTest, SilenceOfFiveMinutesIsAFailure) {
   EXPECT_EQ(Follow(), ExitCode::kExportFailed);
   EXPECT_EQ(pauses_, 300);
   EXPECT_THAT(text_, HasSubstr("said nothing for five minutes"));
+}
+
+TEST_F(ExportRunTest, SameWordForTenMinutesBringsOneHintAndIsFollowedOn) {
+  std::deque<std::string> looks(1500, kRunning);
+  looks.push_back(kDone);
+  PollsGive(looks);
+  EXPECT_EQ(Follow(), ExitCode::kSuccess);
+  EXPECT_THAT(output_.str(), AllOf(StartsWith(" 40 %  Writing\nThe export has said the same for "),
+                                   EndsWith("with --again.\n100 %  \n")));
+}
+
+TEST_F(ExportRunTest, HintWaitsForTenMinutesWithoutAChange) {
+  std::deque<std::string> looks(600, kRunning);
+  looks.push_back(R"({"status": "running", "progress": 41})");
+  looks.insert(looks.end(), 600, kRunning);
+  looks.push_back(kDone);
+  PollsGive(looks);
+  EXPECT_EQ(Follow(), ExitCode::kSuccess);
+  EXPECT_THAT(output_.str(), Not(HasSubstr("ten minutes")));
 }
 
 TEST_F(ExportRunTest, LostConnectionsAreTriedAgainForAMinute) {

@@ -13,6 +13,7 @@ constexpr milliseconds kPause{1000};
 // In looks, one in a second.
 constexpr int kLooksAtBefore = 10;
 constexpr int kMostSilentLooks = 300;
+constexpr int kRepeatedLooksBeforeHint = 600;
 constexpr int kMostFailedLooks = 60;
 constexpr int kMostLooksAtAnswered = 30;
 constexpr int kMostRefusedAnswers = 10;
@@ -103,6 +104,7 @@ Json::Value ExportRun::Follow() {
     if (failedLooks_ > 0 || IsThatOfTheRunBefore(document)) continue;
     CountSilence(document);
     Show(document);
+    CountRepetitions(document);
     const std::string outcome = OutcomeOf(document);
     if (outcome == "success") return document;
     if (outcome == "error") throw Failure(ExitCode::kExportFailed, ReasonOf(document));
@@ -130,6 +132,18 @@ bool ExportRun::IsThatOfTheRunBefore(const Json::Value& document) {
     return false;
   }
   return ++looksAtBefore_ <= kLooksAtBefore;
+}
+
+/// A program that was ended leaves its last word behind, which is not to be told from that of one
+/// at work: whether to wait is left to the person.
+void ExportRun::CountRepetitions(const Json::Value& document) {
+  repeatedLooks_ = document == last_ ? repeatedLooks_ + 1 : 0;
+  last_ = document;
+  if (repeatedLooks_ != kRepeatedLooksBeforeHint) return;
+  view_.Tell(
+      "The export has said the same for ten minutes. It goes on as long as the old machine's task "
+      "manager has a python.exe below PythonURExtractDir. If there is none, end this command and "
+      "run it again with --again.");
 }
 
 void ExportRun::CountSilence(const Json::Value& document) {

@@ -37,7 +37,8 @@ class ExportRun {
   /// Throws Failure (kRefused) when the agent starts none.
   void Start();
 
-  /// Follows it to its good end. Connections that can't be made are tried again for a minute.
+  /// Follows it to its good end. Connections that can't be made are tried again for a minute. After
+  /// ten minutes without a change the view tells what to look for.
   /// \return Its last document.
   /// Throws Failure: kExportFailed with the export's own reason, or after five minutes without a
   /// word; kUnanswered; kRefused; and as Agent does.
@@ -48,6 +49,7 @@ class ExportRun {
   bool IsThatOfTheRunBefore(const Json::Value& document);
   void Show(const Json::Value& document);
   void CountSilence(const Json::Value& document);
+  void CountRepetitions(const Json::Value& document);
   void AnswerQuestion(const Json::Value& question);
   Json::Value AnswerTo(const std::string& id, const Json::Value& question) const;
   Json::Value AnswerOfPerson(const std::string& id, const Json::Value& question) const;
@@ -62,6 +64,8 @@ class ExportRun {
   Json::Value before_;       ///< What was there before the start.
   int looksAtBefore_ = 0;    ///< How often it has been seen since.
   int silentLooks_ = 0;      ///< How often there was nothing, one after the other.
+  Json::Value last_;         ///< What was there at the last look.
+  int repeatedLooks_ = 0;    ///< How often it was what it had been before, one after the other.
   int failedLooks_ = 0;      ///< How often there was no connection, one after the other.
   std::string answered_;     ///< The question that was answered last, as long as it shows.
   int looksAtAnswered_ = 0;  ///< How often it has shown since.
