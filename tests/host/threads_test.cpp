@@ -127,6 +127,10 @@ TEST_F(ProcessThreads, CantBeListedWithoutAFirstOne) {
 using WaitForThreads = Threads;
 
 TEST_F(WaitForThreads, EndsWithTheLastOfThem) {
+  // The thread sanitizer begins one of its own beside the first, and that never ends.
+  const ParkedThread first;
+  ThreadSet before;
+  ASSERT_TRUE(GetProcessThreads(GetCurrentProcessId(), {}, before));
   const HANDLE quick = CreateThread(
       nullptr, 0,
       [](LPVOID) -> DWORD {
@@ -134,9 +138,8 @@ TEST_F(WaitForThreads, EndsWithTheLastOfThem) {
         return 0;
       },
       nullptr, 0, nullptr);
-  ThreadSet before;
   ThreadSet all;
-  EXPECT_TRUE(GetProcessThreads(GetCurrentProcessId(), {GetCurrentThreadId()}, all));
+  EXPECT_TRUE(GetProcessThreads(GetCurrentProcessId(), before, all));
   EXPECT_EQ(WaitForChildThreads(all, 60'000), 0u);
   EXPECT_THAT(OwnLog(), Contains(InfoLine(L"WaitForChildThreads: wait ended: 0")));
   CloseHandle(quick);
