@@ -7,7 +7,9 @@ set(HALVARD_FUZZ_SECONDS 60 CACHE STRING "How long a test of the fuzz preset run
 if(HALVARD_SANITIZE)
   add_compile_options(-fsanitize=${HALVARD_SANITIZE} -fno-omit-frame-pointer
                       -fno-sanitize-recover=all)
-  add_link_options(-fsanitize=${HALVARD_SANITIZE})
+  # The sanitizer's library has functions of the name of many others, which it calls in turn: those
+  # are needed, although the linker finds nothing missing.
+  add_link_options(-fsanitize=${HALVARD_SANITIZE} LINKER:--no-as-needed)
   if(HALVARD_SANITIZE MATCHES thread)
     # The thread sanitizer knows no fences; Asio's own are redundant beside its locks.
     add_compile_definitions(BOOST_ASIO_DISABLE_FENCED_BLOCK)

@@ -4,8 +4,8 @@
 
 namespace Halvard {
 
-PropertyTable gProperties;
-std::set<std::wstring> gPrivateProperties;
+PropertyTable& gProperties = *new PropertyTable;
+std::set<std::wstring>& gPrivateProperties = *new std::set<std::wstring>;
 
 std::wstring Property::Value() const {
   const std::lock_guard lock(table_->mutex_);

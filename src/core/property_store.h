@@ -65,12 +65,13 @@ class PropertyTable {
   std::map<std::wstring, std::wstring> values_;
 };
 
-/// The session's properties. Constructed before wmain starts, never cleared.
-extern PropertyTable gProperties;
+/// The session's properties. Constructed before wmain starts, never cleared and never destroyed: the
+/// thread of an export that still runs uses them until the process is gone.
+extern PropertyTable& gProperties;
 
 /// Names of properties whose values must never reach the log. Filled once, during start-up, before
-/// any other thread runs.
-extern std::set<std::wstring> gPrivateProperties;
+/// any other thread runs; never destroyed either.
+extern std::set<std::wstring>& gPrivateProperties;
 
 /// \return True when the property's value must never reach the log.
 bool IsPrivateProperty(const std::wstring& name);
