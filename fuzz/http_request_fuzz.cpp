@@ -5,6 +5,7 @@
 #include <boost/asio/read.hpp>
 #include <boost/asio/write.hpp>
 #include <boost/log/core.hpp>
+#include <boost/log/trivial.hpp>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -101,6 +102,8 @@ class Server {
   Server() : server_(scheduler_, {asio::ip::address_v4::loopback(), 0}) {
     boost::log::core::get()->set_logging_enabled(false);
     scheduler_.set_num_threads(1);
+    // What the server's thread logs by is made before the server is, and goes after it.
+    (void)boost::log::trivial::logger::get();
     server_.set_dispatch_after_headers(true);
     server_.add_resource(
         "/api", Krova::Transport::Http::PionHttpServerRequestHandler(
