@@ -65,8 +65,8 @@ class PropertyTable {
   std::map<std::wstring, std::wstring> values_;
 };
 
-/// The session's properties. Constructed before wmain starts, never cleared and never destroyed: the
-/// thread of an export that still runs uses them until the process is gone.
+/// The session's properties. Constructed before wmain starts, never cleared and never destroyed:
+/// the thread of an export that still runs uses them until the process is gone.
 extern PropertyTable& gProperties;
 
 /// Names of properties whose values must never reach the log. Filled once, during start-up, before
