@@ -154,12 +154,10 @@ bool RemoveEmptySubDirectories(const std::wstring& path) {
 bool CreateShortSymbolicLink(const std::wstring& target, std::wstring& link) {
   LogScope log;
   link.clear();
-  constexpr std::size_t kDriveRoot = 3;
-  const std::wstring root = target.substr(0, kDriveRoot);
+  const std::wstring root = target.substr(0, 3);
   wchar_t name[MAX_PATH] = {};
-  // A target without a drive's root, as that of a folder which couldn't be found, has no place for
-  // a link. Making the file is what finds the free name; a link needs the name without the file.
-  if (root.size() < kDriveRoot || GetTempFileNameW(root.c_str(), L"mig", 0, name) == 0) {
+  // Making the file is what finds the free name; a link needs the name without the file.
+  if (GetTempFileNameW(root.c_str(), L"mig", 0, name) == 0) {
     log.Error(L"CreateShortSymbolicLink: Failed to get a temporary file name to create symlink.");
     return false;
   }

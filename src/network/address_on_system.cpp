@@ -30,11 +30,8 @@ AdapterBuffer FetchAdapters(ULONG family) {
   ULONG size = kFirstSize;
   ULONG result = ERROR_BUFFER_OVERFLOW;
   AdapterBuffer buffer;
-  ULONG given = 0;
-  // The list may grow between two calls, so the size that one of them asked for may not do. Who
-  // finds a buffer too small and asks for no larger one would do so for ever.
-  while (result == ERROR_BUFFER_OVERFLOW && size > given) {
-    given = size;
+  // The list may grow between two calls, so the size that one of them asked for may not do.
+  while (result == ERROR_BUFFER_OVERFLOW) {
     buffer.reset();
     buffer = AllocateZeroed(size);
     if (!buffer) {

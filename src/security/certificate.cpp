@@ -22,7 +22,6 @@ constexpr long kVersionField = 3;
 constexpr long kSerialNumber = 1;
 constexpr long kSecondsBackdated = -30;
 constexpr long kSecondsValid = 31536000;
-constexpr wchar_t kCertificateFile[] = L"hv_cert.pem";
 
 struct FileCloser {
   void operator()(std::FILE* file) const { std::fclose(file); }
@@ -85,17 +84,19 @@ std::wstring WritePem(std::FILE* file, EVP_PKEY* key, X509* certificate) {
   return GetCertThumbprint(certificate);
 }
 
-/// Puts a new file in the place of whatever lies at \p path. \return Null on failure.
-UniqueStream CreateCertificateFile(const std::wstring& path) {
-  // Without its folder the key would lie where the program was started, for others to read.
-  if (path == kCertificateFile) return nullptr;
-  (void)DeleteFileW(path.c_str());
-  return UniqueStream(_wfopen(path.c_str(), L"wb"));
+/// \return Where the certificate's file goes. Empty, which nothing can be created under, without
+/// the
+///         folder: the key would lie where the program was started, for others to read.
+std::wstring CertificatePath() {
+  const std::wstring folder = Host::GetHVLocalAppDataFolder();
+  return folder.empty() ? folder : folder + L"hv_cert.pem";
 }
 
-/// \return The thumbprint, empty on failure.
+/// Puts a new file in the place of whatever lies at \p path. \return The thumbprint, empty on
+/// failure.
 std::wstring WriteCertificateFile(const std::wstring& path, EVP_PKEY* key, X509* certificate) {
-  const UniqueStream file = CreateCertificateFile(path);
+  (void)DeleteFileW(path.c_str());
+  const UniqueStream file(_wfopen(path.c_str(), L"wb"));
   if (!file) {
     LogScope log;
     log.Error(L"GenerateSSLCertificate: Failed to create private certificate file.");
@@ -199,7 +200,7 @@ std::wstring GenerateSSLCertificate(const std::wstring& systemName,
   const UniqueOpenSsl<X509> certificate =
       GenerateSelfSignedCertificate(key.get(), systemName, ipAddresses, dnsNames);
   if (!certificate) return {};
-  const std::wstring path = Host::GetHVLocalAppDataFolder() + kCertificateFile;
+  const std::wstring path = CertificatePath();
   std::wstring thumbprint = WriteCertificateFile(path, key.get(), certificate.get());
   if (thumbprint.empty()) {
     (void)DeleteFileW(path.c_str());

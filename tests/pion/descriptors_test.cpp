@@ -1,32 +1,16 @@
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 #include <boost/asio/post.hpp>
 #include <boost/asio/read.hpp>
 #include <boost/asio/write.hpp>
 
+#include "no_descriptors.h"
 #include "server_fixture.h"
 
 namespace pion_test {
 namespace {
 
 namespace asio = boost::asio;
-
-/// While it lives, the process gets no further descriptor.
-class NoDescriptors {
- public:
-  NoDescriptors() {
-    getrlimit(RLIMIT_NOFILE, &before_);
-    const rlimit none{0, before_.rlim_max};
-    setrlimit(RLIMIT_NOFILE, &none);
-  }
-  ~NoDescriptors() { setrlimit(RLIMIT_NOFILE, &before_); }
-  NoDescriptors(const NoDescriptors&) = delete;
-  NoDescriptors& operator=(const NoDescriptors&) = delete;
-
- private:
-  rlimit before_{};
-};
 
 class ServerWithoutDescriptors : public server_fixture {
  protected:

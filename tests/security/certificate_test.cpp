@@ -252,12 +252,13 @@ TEST_F(CertificateTest, DiskThatIsFullAfterTheKeyIsToldOfTheCertificate) {
 }
 
 TEST_F(CertificateTest, FolderThatCannotBeFoundEndsInAnEmptyThumbprintAndLeavesNoKey) {
+  machine_.WriteFile(L"hv_cert.pem", "somebody else's");
   machine_.PlanFault({.function = "SHGetKnownFolderPath", .error = 2});
   EXPECT_EQ(GenerateSSLCertificate(L"kv.example"), L"");
   EXPECT_THAT(
       OwnLog(),
       Contains(ErrorLine(L"GenerateSSLCertificate: Failed to create private certificate file.")));
-  EXPECT_FALSE(machine_.FileExists(L"hv_cert.pem"));
+  EXPECT_EQ(machine_.ReadFile(L"hv_cert.pem"), "somebody else's");
 }
 
 TEST_F(CertificateTest, MissingFolderEndsInAnEmptyThumbprint) {

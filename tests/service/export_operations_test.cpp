@@ -11,7 +11,6 @@
 namespace Halvard::MigratorSvc {
 namespace {
 
-using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using Testing::InfoLine;
@@ -171,111 +170,6 @@ INSTANTIATE_TEST_SUITE_P(Values, OptionsOfTheRunner,
                                          PassedOptions{"\"text\"", R"("\"text\"\n")"},
                                          PassedOptions{"true", R"("true\n")"},
                                          PassedOptions{"null", R"("null\n")"}));
-
-/// What moves the phases, from where, and where to.
-struct Transition {
-  const char* title;
-  std::string from;
-  std::string during;
-  std::string to;
-  std::vector<Json::Value> steps;
-};
-
-class PhaseTransition : public ExportOperations, public testing::WithParamInterface<Transition> {
- protected:
-  static void SetPhases(const std::string& phases) {
-    const std::vector<std::wstring> values = SplitString(Utf8ToWide(phases), L'/');
-    gProperties[L"PREUPGRADE_CHECKS_STATUS"] = values[0];
-    gProperties[L"EXPORT_STATUS"] = values[1];
-    gProperties[L"EXPORT_RESULT"] = values[2];
-    gProperties[L"SSO_USERNAME"] = L"administrator@ostrel.local";
-    gProperties[L"SSO_PASSWORD"] = Testing::kAcceptedPassword;
-  }
-};
-
-TEST_P(PhaseTransition, OfAnExportIsSeen) {
-  SetPhases(GetParam().from);
-  std::vector<Json::Value> steps{Step("tell", "started"), Step("wait", "go on")};
-  steps.insert(steps.end(), GetParam().steps.begin(), GetParam().steps.end());
-  runner_.OrderExport(steps);
-  EXPECT_FALSE(Invoke().Failed());
-  runner_.WaitFor(L"started");
-  EXPECT_EQ(Phases(), GetParam().during);
-  runner_.Tell(L"go on");
-  threads_.AwaitEnd();
-  EXPECT_EQ(Phases(), GetParam().to);
-}
-
-INSTANTIATE_TEST_SUITE_P(Exports, PhaseTransition,
-                         testing::Values(Transition{"FirstGood",
-                                                    "FINISHED/NOT_STARTED/FAIL",
-                                                    "FINISHED/RUNNING/FAIL",
-                                                    "FINISHED/FINISHED/SUCCESS",
-                                                    {Step("write", kSuccess)}},
-                                         Transition{"FirstFailed",
-                                                    "FINISHED/NOT_STARTED/FAIL",
-                                                    "FINISHED/RUNNING/FAIL",
-                                                    "FINISHED/FINISHED/FAIL",
-                                                    {Step("write", kError), Step("exit", 1)}},
-                                         Transition{"FirstSilent",
-                                                    "FINISHED/NOT_STARTED/FAIL",
-                                                    "FINISHED/RUNNING/FAIL",
-                                                    "FINISHED/FINISHED/FAIL",
-                                                    {}},
-                                         Transition{"GoodAfterFailed",
-                                                    "FINISHED/FINISHED/FAIL",
-                                                    "FINISHED/RUNNING/FAIL",
-                                                    "FINISHED/FINISHED/SUCCESS",
-                                                    {Step("write", kSuccess)}},
-                                         Transition{"FailedAfterGood",
-                                                    "FINISHED/FINISHED/SUCCESS",
-                                                    "FINISHED/RUNNING/SUCCESS",
-                                                    "FINISHED/FINISHED/FAIL",
-                                                    {Step("write", kError), Step("exit", 1)}},
-                                         Transition{"SilentAfterGood",
-                                                    "FINISHED/FINISHED/SUCCESS",
-                                                    "FINISHED/RUNNING/SUCCESS",
-                                                    "FINISHED/FINISHED/SUCCESS",
-                                                    {Step("exit", 1)}},
-                                         Transition{"GoodAfterGood",
-                                                    "FINISHED/FINISHED/SUCCESS",
-                                                    "FINISHED/RUNNING/SUCCESS",
-                                                    "FINISHED/FINISHED/SUCCESS",
-                                                    {Step("write", kSuccess)}}),
-                         [](const auto& row) { return std::string(row.param.title); });
-
-struct PrecheckTransition {
-  const char* from;
-  const char* during;
-  const char* to;
-  int code;
-};
-
-class PrecheckPhase : public PhaseTransition {};
-
-TEST_F(PrecheckPhase, IsRunningFromStartToEndWhateverTheOutcome) {
-  machine_.SetVariable(Testing::kInventoryVariable, L"3 14");
-  gProperties[L"APP_NET_PNID"] = L"kv.example";
-  Testing::TheSurroundings().domain = Network::ActiveDirectoryConfig{};
-  for (const PrecheckTransition& row :
-       {PrecheckTransition{"NOT_STARTED/NOT_STARTED/FAIL", "RUNNING/NOT_STARTED/FAIL",
-                           "FINISHED/NOT_STARTED/FAIL", 0},
-        PrecheckTransition{"NOT_STARTED/NOT_STARTED/FAIL", "RUNNING/NOT_STARTED/FAIL",
-                           "FINISHED/NOT_STARTED/FAIL", 1603},
-        PrecheckTransition{"FINISHED/NOT_STARTED/FAIL", "RUNNING/NOT_STARTED/FAIL",
-                           "FINISHED/NOT_STARTED/FAIL", 0},
-        PrecheckTransition{"FINISHED/FINISHED/SUCCESS", "RUNNING/FINISHED/SUCCESS",
-                           "FINISHED/FINISHED/SUCCESS", 0},
-        PrecheckTransition{"FINISHED/FINISHED/FAIL", "RUNNING/FINISHED/FAIL",
-                           "FINISHED/FINISHED/FAIL", 1603}}) {
-    SetPhases(row.from);
-    Testing::TheSurroundings().precheckCode = row.code;
-    Testing::TheSurroundings().duringPrechecks = [&] { EXPECT_EQ(Phases(), row.during); };
-    EXPECT_EQ(Call(&AsyncServiceInterface::InvokePreUpgrade, GoodRequest()).Failed(),
-              row.code != 0);
-    EXPECT_EQ(Phases(), row.to);
-  }
-}
 
 TEST_F(ExportOperations, PollsOfManyThreadsAreAllAnsweredWhileTheRunnerWrites) {
   std::string list;

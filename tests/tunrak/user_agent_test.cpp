@@ -1,10 +1,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 #include <cstdlib>
 #include <functional>
 
+#include "no_descriptors.h"
 #include "scripted_server.h"
 #include "test_certificate.h"
 #include "tls_faults.h"
@@ -353,27 +353,11 @@ TEST_F(UserAgentTest, UnknownHostIsNamed) {
               AllOf(StartsWith("Connecting to no-such-host.invalid:"), HasSubstr("host")));
 }
 
-/// No descriptor can be opened in this process while the object lives.
-class NoDescriptors {
- public:
-  NoDescriptors() {
-    getrlimit(RLIMIT_NOFILE, &before_);
-    const rlimit none{0, before_.rlim_max};
-    setrlimit(RLIMIT_NOFILE, &none);
-  }
-  ~NoDescriptors() { setrlimit(RLIMIT_NOFILE, &before_); }
-  NoDescriptors(const NoDescriptors&) = delete;
-  NoDescriptors& operator=(const NoDescriptors&) = delete;
-
- private:
-  rlimit before_{};
-};
-
 TEST_F(UserAgentTest, ProcessWithoutADescriptorLeftCannotConnect) {
   ScriptedServer server({kOk});
   const auto agent = MakeAgent(server);
   {
-    const NoDescriptors none;
+    const pion_test::NoDescriptors none;
     EXPECT_EQ(FailureOf([&] { agent->Post(MakeRequest()); }),
               "Connecting to " + server.Address() + " failed: too many descriptors are open.");
   }

@@ -11,7 +11,7 @@ import subprocess
 from pathlib import Path
 
 import wine_machine
-from lab_machine import files_below, merge
+from lab_machine import AgentFiles, files_below, merge
 from wine_machine import BUILD, Machine, packed_code
 
 SERVICE_PROGRAM = BUILD / 'tests' / 'product_service.exe'
@@ -40,7 +40,7 @@ def section(key, values):
     return '\n'.join(lines) + '\n'
 
 
-class DescribedMachine:
+class DescribedMachine(AgentFiles):
     """What tools/rehearsal asks of a machine. `lab` is the started one that it is made after."""
 
     firewall_is_on = False
@@ -158,18 +158,6 @@ class DescribedMachine:
     @property
     def extraction_folder(self):
         return self._agent_folder / 'PythonURExtractDir'
-
-    def find(self, name):
-        """The one file of this name below the temp folder; None without it."""
-        return next(self.temp_folder.rglob(name), None)
-
-    def status(self):
-        """The status file's document; None without one, or while it is written."""
-        file = self.find('hv-status.json')
-        try:
-            return json.loads(file.read_text(encoding='utf-8')) if file else None
-        except (OSError, ValueError):
-            return None
 
     def log(self):
         file = self.find('halvard.log')

@@ -32,7 +32,23 @@ def files_below(folder):
     return (path for path in folder.rglob('*') if path.is_file() and not path.is_symlink())
 
 
-class LabMachine:
+class AgentFiles:
+    """What the agent leaves below `temp_folder`, which is the machine's to tell."""
+
+    def find(self, name):
+        """The one file of this name below the temp folder; None without it."""
+        return next(self.temp_folder.rglob(name), None)
+
+    def status(self):
+        """The status file's document; None without one, or while it is written."""
+        file = self.find('hv-status.json')
+        try:
+            return json.loads(file.read_text(encoding='utf-8')) if file else None
+        except (OSError, ValueError):
+            return None
+
+
+class LabMachine(AgentFiles):
     firewall_is_on = True
 
     def __init__(self, programs, name, folder):
@@ -99,18 +115,6 @@ class LabMachine:
     def files(self):
         """All that is on the machine."""
         return files_below(self.folder)
-
-    def find(self, name):
-        """The one file of this name below the temp folder; None without it."""
-        return next(self.temp_folder.rglob(name), None)
-
-    def status(self):
-        """The status file's document; None without one, or while it is written."""
-        file = self.find('hv-status.json')
-        try:
-            return json.loads(file.read_text(encoding='utf-8')) if file else None
-        except (OSError, ValueError):
-            return None
 
     def log(self):
         file = self.find('halvard.log')

@@ -131,6 +131,7 @@ CANNOT_FAIL = {
     'SysStringLen', 'VariantInit', 'ber_free', 'ldap_memfreeW'}
 # Codes that tell of an event: whoever meets one tries again, and they don't come without end.
 NOT_FOREVER = {
+    ('GetAdaptersAddresses', BUFFER_OVERFLOW),  # it is asked again until it has what it wants
     ('ReadConsoleW', OPERATION_ABORTED),  # the operator has pressed Ctrl+C
     ('WaitForMultipleObjectsEx', WAIT_ABANDONED), ('WaitForMultipleObjectsEx', WAIT_IO_COMPLETION)}
 
