@@ -9,8 +9,7 @@
 namespace Lab {
 
 /// \return The first fault of \p document in one line, without the file: "/user/sid: expected a
-/// SID,
-///         as "S-1-5-32-544"". Nothing when it is as the schema wants it.
+///         SID, as "S-1-5-32-544"". Nothing when it is as the schema wants it.
 std::optional<std::string> FindSchemaFault(const Json::Value& document);
 
 }  // namespace Lab

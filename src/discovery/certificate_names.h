@@ -22,8 +22,7 @@ bool HasWildcard(const std::wstring& dnsName);
 
 /// \param address  An address fits no name, whatever the name is.
 /// \param dnsName  A name of a certificate: "*" for all without a dot, or with a leading "*" for
-/// one
-///                 whole label. Compared without regard to the case of A to Z. Each answer is
+///                 one whole label. Compared without regard to the case of A to Z. Each answer is
 ///                 logged.
 bool IsAddrCompatibleWithCertDnsName(const std::wstring& address, const std::wstring& dnsName);
 

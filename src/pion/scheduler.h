@@ -34,8 +34,9 @@ class scheduler {
   virtual void startup() = 0;
 
   /// Waits without limit until no active user is left, then ends the threads and wakes join(). The
-  /// handlers that are still queued stay queued. \throws boost::system::system_error with
-  /// resource_deadlock_would_occur on a thread of the pool, which can't wait for its own end.
+  /// handlers that are still queued stay queued.
+  /// \throws boost::system::system_error with resource_deadlock_would_occur on a thread of the
+  ///         pool, which can't wait for its own end.
   virtual void shutdown() = 0;
 
   /// Blocks until the scheduler isn't running.

@@ -84,9 +84,8 @@ std::wstring WritePem(std::FILE* file, EVP_PKEY* key, X509* certificate) {
   return GetCertThumbprint(certificate);
 }
 
-/// \return Where the certificate's file goes. Empty, which nothing can be created under, without
-/// the
-///         folder: the key would lie where the program was started, for others to read.
+/// \return Where the certificate's file goes. Empty, which nothing can be created under, when the
+///         folder isn't known: the key would lie where the program was started, for others to read.
 std::wstring CertificatePath() {
   const std::wstring folder = Host::GetHVLocalAppDataFolder();
   return folder.empty() ? folder : folder + L"hv_cert.pem";

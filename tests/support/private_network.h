@@ -11,8 +11,8 @@ namespace Lab {
 ///   lo      127.0.0.1 and ::1
 ///   lan     02:00:00:00:00:0A, the fixed addresses 192.0.2.10/24 and 2001:db8::10/64, and the
 ///           gateways 192.0.2.1 and fe80::1
-///   leased  02:00:00:00:00:14, with the addresses 198.51.100.20/24 and 2001:db8:1::20/128 for an
-///           hour
+///   leased  02:00:00:00:00:14, with the addresses 198.51.100.20/24 and 2001:db8:1::20/128 for
+///           an hour
 ///   and the other ends of the two, lan-end and leased-end, without an address for DNS
 ///
 /// The resolver asks 127.0.0.1, where nobody listens until \p body starts a server at port 53,

@@ -5,8 +5,7 @@
 //   tree FILE OTHER        starts itself as "hold OTHER", away from its own group, then as above
 //                          writes the file and ends with 0
 //   report FILE ...        writes into the file, in lines of UTF-8: its arguments, "folder=" and
-//   the
-//                          folder that it runs in, and its variables, as "variable NAME=value"
+//                          the folder that it runs in, and its variables, as "variable NAME=value"
 //
 // A file is there only when it is complete.
 #pragma once

@@ -64,7 +64,8 @@ class parser {
   /// Prepares a fresh parser for the content of a message whose headers are known.
   void skip_header_parsing(message& known);
 
-  /// Reads on. \return True if the message is finished, false after an error, which \p error tells;
+  /// Reads on.
+  /// \return True if the message is finished, false after an error, which \p error tells;
   ///         indeterminate if more bytes are needed.
   boost::tribool parse(message& into, boost::system::error_code& error);
 

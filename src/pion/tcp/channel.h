@@ -57,8 +57,8 @@ class channel : public std::enable_shared_from_this<channel> {
   void read_some(boost::asio::mutable_buffer target, duration limit, io_handler handler);
 
   /// Writes all of \p buffers, whose bytes have to stay until the handler is called. Headers and
-  /// body share TLS records. A write that fails
-  /// closes the socket. A second one beside a running one fails with already_started.
+  /// body share TLS records. A write that fails closes the socket. A second one beside a running
+  /// one fails with already_started.
   /// \param last  Nothing will be written behind it, so that the goodbye may go along.
   void write(std::vector<boost::asio::const_buffer> buffers, bool last, io_handler handler);
 

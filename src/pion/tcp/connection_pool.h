@@ -55,9 +55,9 @@ class connection_pool : public std::enable_shared_from_this<connection_pool> {
   void abandon();
 
   /// Listening to stopping; an empty visit otherwise. The caller is inside until it lets the visit
-  /// go. \param graceful  The stop waits until all sockets are closed, not only until all
-  /// connections are
-  ///        finished.
+  /// go.
+  /// \param graceful  The stop waits until all sockets are closed, not only until all connections
+  ///        are finished.
   /// \param ended  Called once when all have left, on the thread that is the last to leave.
   visit begin_stop(bool graceful, std::function<void()> ended);
 

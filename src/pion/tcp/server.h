@@ -33,8 +33,7 @@ class server {
 
   /// Binds and listens on the endpoint. Does nothing if the server listens already.
   /// \throws boost::system::system_error if the port can't be had; the server doesn't listen then,
-  /// and
-  ///         may be started again.
+  ///         and may be started again.
   void start();
 
   /// Refuses new clients and closes all connections.
@@ -46,9 +45,9 @@ class server {
   /// stop ends by itself. Does nothing if the server doesn't listen.
   void stop(bool wait_until_finished = false);
 
-  /// Blocks while the server listens and until a stop has ended. \throws
-  /// boost::system::system_error with resource_deadlock_would_occur if a thread of the scheduler
-  /// would have to wait.
+  /// Blocks while the server listens and until a stop has ended.
+  /// \throws boost::system::system_error with resource_deadlock_would_occur if a thread of the
+  ///         scheduler would have to wait.
   void join();
 
   /// True from start() to the beginning of stop().
@@ -71,9 +70,10 @@ class server {
   boost::asio::ssl::context& get_ssl_context_type() { return context_; }
 
   /// Switches TLS on and loads the first certificate and the first private key of a PEM file; a
-  /// chain isn't looked for. \param path  UTF-8. \throws boost::system::system_error if the file
-  /// lacks one of them, or they don't fit together, or
-  ///         the key is encrypted. TLS stays switched on.
+  /// chain isn't looked for.
+  /// \param path  UTF-8.
+  /// \throws boost::system::system_error if the file lacks one of them, or they don't fit together,
+  ///         or the key is encrypted. TLS stays switched on.
   void set_ssl_key_file(const std::string& path);
 
  protected:

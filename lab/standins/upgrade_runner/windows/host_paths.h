@@ -12,8 +12,7 @@ std::string HostPath(const std::wstring& path);
 
 /// \param argument  Of a command line.
 /// \return The argument for a program of the host, in UTF-8: an absolute path of the machine that
-/// it
-///         begins with, or that follows its first "=", is replaced by the place on the host.
+///         it begins with, or that follows its first "=", is replaced by the place on the host.
 std::string HostArgument(const std::wstring& argument);
 
 std::string ToUtf8(const std::wstring& text);

@@ -31,7 +31,8 @@ struct Frame {
 using FrameQueue = std::list<Frame>;
 
 /// Calls every entry's callback with a "system_error" that holds one message, and empties the
-/// queue. \param id  Of the message; its argument is the text of \p error.
+/// queue.
+/// \param id  Of the message; its argument is the text of \p error.
 void FailFrames(FrameQueue& queue, const char* id, const boost::system::error_code& error);
 
 /// Carries the frames of one request and its answer over one connection.
