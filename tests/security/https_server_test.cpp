@@ -74,7 +74,7 @@ class HttpsServerTest : public ::testing::Test {
     return SetupAndStartHttpsServer(scheduler_, port_);
   }
 
-  /// What comes back for \p request over TLS with the settings of \p tls.
+  /// What comes back for \p request over TLS.
   std::string Exchange(const std::string& request) {
     asio::ssl::context tls(asio::ssl::context::tls_client);
     pion_test::test_client client(port_, &tls);
