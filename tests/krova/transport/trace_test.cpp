@@ -22,6 +22,7 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::IsSupersetOf;
+using testing::Not;
 using testing::StartsWith;
 
 using Record = std::pair<logging::trivial::severity_level, std::string>;
@@ -109,6 +110,13 @@ TEST_F(Trace, InvalidRequestIsIgnoredAloud) {
               ElementsAre(StartsWith("Http Request received "), "Ignoring invalid request"));
 }
 
+TEST_F(Trace, RequestWithoutABodyIsReceivedAndHandled) {
+  Exchange(std::string("POST /api HTTP/1.1\r\n") + kJson + "\r\n");
+  const auto texts = Texts(Records());
+  EXPECT_THAT(texts, IsSupersetOf({"Request received", "Request handled"}));
+  EXPECT_THAT(texts, Not(Contains("SendTag::Start")));
+}
+
 TEST_F(Trace, FailureOfTheSocketIsToldWithItsCode) {
   start();
   {
@@ -138,7 +146,10 @@ TEST_F(Trace, FailedSendIsNamed) {
     client.abort();
   }
   while (server_->get_connections() > 0) std::this_thread::yield();
-  EXPECT_THAT(Texts(Records()), IsSupersetOf({"SendTag::Error", "CommunicationError"}));
+  EXPECT_THAT(Texts(Records()),
+              IsSupersetOf({"SendTag::Error", "CommunicationError",
+                            "handle request error: Error:\n   system_error\nMessages:\n"
+                            "   krova.send.failed\n"}));
 }
 
 TEST_F(Trace, NothingIsFormattedForARecordThatTheFilterDrops) {

@@ -39,8 +39,8 @@ void FailFrames(FrameQueue& queue, const char* id, const boost::system::error_co
 ///
 /// Send() and Recv() may be called from any thread. All work on the queues happens on the strand,
 /// so they have no locks and one write is under way at a time; callbacks run on the I/O service,
-/// outside of the strand, and each is called exactly once. After a failure both queues fail, and
-/// later sends fail without reaching the socket, which is closed by then.
+/// outside of the strand, and each is called exactly once. After a failure both queues fail. If it
+/// was the socket's, later sends fail without reaching it, since it is closed by then.
 ///
 /// \tparam SendPolicy  Of PionWriteHelper. \tparam ReadPolicy  Of PionReadHelper.
 template <typename SendPolicy, typename ReadPolicy>
