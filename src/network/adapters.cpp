@@ -1,59 +1,15 @@
 #include "network/adapters.h"
 
 #include <locale>
-#include <memory>
-#include <mutex>
-#include <new>
 #include <sstream>
 
 #include "core/logging.h"
 #include "core/property_store.h"
+#include "network/adapter_snapshot.h"
 #include "network/address_texts.h"
 
 namespace Halvard::Network {
 namespace {
-
-constexpr ULONG kAdapterFlags = GAA_FLAG_SKIP_ANYCAST | GAA_FLAG_SKIP_MULTICAST |
-                                GAA_FLAG_INCLUDE_PREFIX | GAA_FLAG_INCLUDE_GATEWAYS;
-
-// The records point into one buffer, which is freed as a whole.
-using AdapterBuffer = std::unique_ptr<std::byte[]>;
-
-std::mutex gSnapshotMutex;
-int gSnapshotHandles = 0;
-AdapterBuffer gSnapshot;
-
-IP_ADAPTER_ADDRESSES* AsList(const AdapterBuffer& buffer) {
-  return reinterpret_cast<IP_ADAPTER_ADDRESSES*>(buffer.get());
-}
-
-/// \return Null after a failure, which is logged here.
-AdapterBuffer FetchAdapters() {
-  LogScope log;
-  ULONG size = 0;
-  const ULONG sizeResult = GetAdaptersAddresses(AF_UNSPEC, kAdapterFlags, nullptr, nullptr, &size);
-  if (sizeResult != ERROR_BUFFER_OVERFLOW) {
-    log.Error(
-        L"AdapterAddressesWrapper::AdapterAddressesWrapper: Failed to get the adapter address length, Error:[%ld]",
-        sizeResult);
-    return nullptr;
-  }
-  AdapterBuffer buffer(new (std::nothrow) std::byte[size]);
-  if (!buffer) {
-    log.Error(
-        L"AdapterAddressesWrapper::AdapterAddressesWrapper: Failed to allocate memory for GetAdaptersAddresses function");
-    return nullptr;
-  }
-  const ULONG result =
-      GetAdaptersAddresses(AF_UNSPEC, kAdapterFlags, nullptr, AsList(buffer), &size);
-  if (result != ERROR_SUCCESS) {
-    log.Error(
-        L"AdapterAddressesWrapper::AdapterAddressesWrapper: GetAdaptersAddresses function returned error, Error [%ld]",
-        result);
-    return nullptr;
-  }
-  return buffer;
-}
 
 /// Looks through one adapter; an address without a text ends the search in it.
 bool HasIPAddress(const IP_ADAPTER_ADDRESSES& adapter, const std::wstring& ipAddress) {
@@ -81,10 +37,6 @@ bool IsLasting(const IP_ADAPTER_UNICAST_ADDRESS& entry) {
   return entry.Address.lpSockaddr != nullptr &&
          (entry.Flags & IP_ADAPTER_ADDRESS_DNS_ELIGIBLE) != 0 &&
          (entry.Flags & IP_ADAPTER_ADDRESS_TRANSIENT) == 0;
-}
-
-bool IsTypedIn(const IP_ADAPTER_UNICAST_ADDRESS& entry) {
-  return entry.PrefixOrigin == IpPrefixOriginManual && entry.SuffixOrigin == IpSuffixOriginManual;
 }
 
 /// The texts of a list's addresses of one family, joined by ", ".
@@ -137,22 +89,6 @@ bool AreOnSeveralAdapters(const IP_ADAPTER_ADDRESSES* adapters,
 
 }  // namespace
 
-AdapterAddressesWrapper::AdapterAddressesWrapper() {
-  const std::lock_guard lock(gSnapshotMutex);
-  ++gSnapshotHandles;
-  if (!gSnapshot) gSnapshot = FetchAdapters();
-}
-
-AdapterAddressesWrapper::~AdapterAddressesWrapper() {
-  const std::lock_guard lock(gSnapshotMutex);
-  if (--gSnapshotHandles == 0) gSnapshot.reset();
-}
-
-const IP_ADAPTER_ADDRESSES* AdapterAddressesWrapper::Get() const {
-  const std::lock_guard lock(gSnapshotMutex);
-  return AsList(gSnapshot);
-}
-
 const IP_ADAPTER_ADDRESSES* GetAdapterWithMatchingIPAddress(const IP_ADAPTER_ADDRESSES* adapters,
                                                             const std::wstring& ipAddress) {
   LogScope log;
@@ -194,6 +130,11 @@ const IP_ADAPTER_UNICAST_ADDRESS* GetUnicastAddressForFamily(const IP_ADAPTER_AD
     }
   }
   return nullptr;
+}
+
+bool IsTypedIn(const IP_ADAPTER_UNICAST_ADDRESS& address) {
+  return address.PrefixOrigin == IpPrefixOriginManual &&
+         address.SuffixOrigin == IpSuffixOriginManual;
 }
 
 std::wstring GetMacAddressFromAdapter(const IP_ADAPTER_ADDRESSES* adapter) {

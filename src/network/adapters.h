@@ -1,4 +1,4 @@
-// The machine's network adapters: one snapshot for the whole run, and what is read from it.
+// What is read from the machine's network adapters.
 #pragma once
 
 #include <string>
@@ -7,19 +7,6 @@
 #include "host/windows_api.h"
 
 namespace Halvard::Network {
-
-/// A handle on the shared snapshot. The first one fetches the list, the last one frees it; all see
-/// the same list in between. A failed fetch is logged here and tried again by the next handle.
-class AdapterAddressesWrapper {
- public:
-  AdapterAddressesWrapper();
-  ~AdapterAddressesWrapper();
-  AdapterAddressesWrapper(const AdapterAddressesWrapper&) = delete;
-  AdapterAddressesWrapper& operator=(const AdapterAddressesWrapper&) = delete;
-
-  /// Head of the list; null when it couldn't be fetched. Valid as long as any handle lives.
-  const IP_ADAPTER_ADDRESSES* Get() const;
-};
 
 /// The first adapter that has \p ipAddress among its addresses, compared as numeric texts.
 /// \param adapters  Head of the list; may be null.
@@ -40,6 +27,9 @@ const IP_ADAPTER_UNICAST_ADDRESS* GetUnicastAddressMatchingIPAddress(
 const IP_ADAPTER_UNICAST_ADDRESS* GetUnicastAddressForFamily(const IP_ADAPTER_ADDRESSES& adapter,
                                                              const std::wstring& family,
                                                              bool anyOrigin);
+
+/// Tells whether somebody typed the address in: it has neither prefix nor suffix from elsewhere.
+bool IsTypedIn(const IP_ADAPTER_UNICAST_ADDRESS& address);
 
 /// The hardware address as hexadecimal digits without separators and without a width: a byte below
 /// 0x10 has one digit. Good for comparing adapters only.

@@ -11,7 +11,6 @@ namespace {
 
 constexpr wchar_t kIPv4[] = L"AF_INET";
 constexpr wchar_t kIPv6[] = L"AF_INET6";
-constexpr ULONG kDhcpv4Enabled = 0x4;
 
 bool IsAddressOf(int family, const std::wstring& text) {
   in6_addr bytes = {};  // Has room for either.
@@ -63,12 +62,6 @@ const IP_ADAPTER_UNICAST_ADDRESS* PickAddress(const std::wstring& ipAddress,
   return GetUnicastAddressForFamily(adapter, family, true);
 }
 
-/// Whether an IPv6 address was typed in; advertised ones count as given by DHCP.
-bool IsTypedIn(const IP_ADAPTER_UNICAST_ADDRESS& address) {
-  return address.PrefixOrigin == IpPrefixOriginManual &&
-         address.SuffixOrigin == IpSuffixOriginManual;
-}
-
 /// What the appliance needs to be known to the DHCPv6 server as the machine that it replaces.
 void AddDhcpv6Client(const IP_ADAPTER_ADDRESSES& adapter, Json::Value& reply) {
   LogScope log;
@@ -83,11 +76,12 @@ void AddDhcpv6Client(const IP_ADAPTER_ADDRESSES& adapter, Json::Value& reply) {
   log.Info(L"CollectIPProperties: Received dhcpv6Iaid value [%llu]", ULONGLONG{adapter.Dhcpv6Iaid});
 }
 
-/// Under IPv4 the adapter knows how it comes by its addresses, under IPv6 the address does.
+/// Under IPv4 the adapter knows how it comes by its addresses, under IPv6 the address does: one
+/// that was advertised counts as given by DHCP.
 std::wstring ModeOf(const IP_ADAPTER_UNICAST_ADDRESS& address, const IP_ADAPTER_ADDRESSES& adapter,
                     const std::wstring& family) {
   const bool isStatic =
-      family == kIPv4 ? (adapter.Flags & kDhcpv4Enabled) == 0 : IsTypedIn(address);
+      family == kIPv4 ? (adapter.Flags & IP_ADAPTER_DHCP_ENABLED) == 0 : IsTypedIn(address);
   return isStatic ? L"static" : L"dhcp";
 }
 

@@ -8,6 +8,7 @@
 #include "core/messages.h"
 #include "core/property_store.h"
 #include "core/text.h"
+#include "network/adapter_snapshot.h"
 #include "network/adapters.h"
 #include "network/name_resolution.h"
 

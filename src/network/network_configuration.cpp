@@ -7,6 +7,7 @@
 #include "core/property_store.h"
 #include "core/text.h"
 #include "host/windows_api.h"
+#include "network/adapter_snapshot.h"
 #include "network/adapters.h"
 #include "network/dns_suffixes.h"
 #include "network/ip_properties.h"

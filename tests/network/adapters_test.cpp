@@ -1,126 +1,23 @@
 #include "network/adapters.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <boost/asio/error.hpp>
 #include <map>
 #include <optional>
 #include <vector>
 
-#include "core/logging.h"
+#include "adapters_test.h"
 #include "core/property_store.h"
-#include "host/failing_allocation.h"
 #include "network/address_texts.h"
-#include "support/lab_instance.h"
-#include "support/log_lines.h"
 
 namespace Halvard::Network {
 namespace {
 
+using Testing::AdapterWith;
 using ::testing::Contains;
 using Testing::ErrorLine;
-using Testing::FailingAllocation;
 using Testing::InfoLine;
-using ::testing::IsEmpty;
 using ::testing::Not;
 using Testing::OwnLog;
 using Testing::WarningLine;
-
-// In the agent Boost.Asio starts the sockets before main and keeps them started.
-[[maybe_unused]] const auto& kSockets = boost::asio::error::get_misc_category();
-
-constexpr std::uint32_t kInvalidParameter = 87;
-constexpr std::uint32_t kAddressNotAssociated = 1228;
-
-Json::Value AdapterWith(std::initializer_list<const char*> addresses) {
-  Json::Value adapter;
-  adapter["addresses"] = Json::Value(Json::arrayValue);
-  for (const char* text : addresses) {
-    Json::Value address;
-    address["address"] = text;
-    adapter["addresses"].append(address);
-  }
-  return adapter;
-}
-
-class AdaptersTest : public ::testing::Test {
- protected:
-  void SetAdapters(std::initializer_list<Json::Value> adapters) {
-    Json::Value list(Json::arrayValue);
-    for (const Json::Value& adapter : adapters) list.append(adapter);
-    machine_.Set("/adapters", list);
-  }
-  void RefuseCall(std::uint32_t call, std::uint32_t error) {
-    machine_.PlanFault(
-        {.function = "GetAdaptersAddresses", .call = call, .match = {}, .error = error});
-  }
-  static std::uint32_t Fetches() {
-    return Lab::TheMachine().Faults().Calls("GetAdaptersAddresses");
-  }
-
-  Lab::Instance machine_;
-};
-
-TEST_F(AdaptersTest, HandlesShareOneListUntilTheLastIsGone) {
-  {
-    const AdapterAddressesWrapper first;
-    const AdapterAddressesWrapper second;
-    ASSERT_NE(first.Get(), nullptr);
-    EXPECT_EQ(first.Get(), second.Get());
-    EXPECT_EQ(Fetches(), 2u);  // One for the size, one for the list.
-  }
-  const AdapterAddressesWrapper later;
-  EXPECT_NE(later.Get(), nullptr);
-  EXPECT_EQ(Fetches(), 4u);
-}
-
-TEST_F(AdaptersTest, FailedSizeIsLoggedAndTriedAgainByTheNextHandle) {
-  RefuseCall(1, kInvalidParameter);
-  const LogScope log;
-  const AdapterAddressesWrapper first;
-  EXPECT_EQ(first.Get(), nullptr);
-  EXPECT_THAT(OwnLog(),
-              Contains(ErrorLine(L"AdapterAddressesWrapper::AdapterAddressesWrapper: Failed to get "
-                                 L"the adapter address length, Error:[87]")));
-  const AdapterAddressesWrapper second;
-  EXPECT_NE(second.Get(), nullptr);
-  EXPECT_EQ(first.Get(), second.Get());
-}
-
-TEST_F(AdaptersTest, FailedListIsLogged) {
-  RefuseCall(2, kAddressNotAssociated);
-  const LogScope log;
-  const AdapterAddressesWrapper adapters;
-  EXPECT_EQ(adapters.Get(), nullptr);
-  EXPECT_THAT(OwnLog(),
-              Contains(ErrorLine(L"AdapterAddressesWrapper::AdapterAddressesWrapper: "
-                                 L"GetAdaptersAddresses function returned error, Error [1228]")));
-}
-
-TEST_F(AdaptersTest, ListThatGrowsBeforeItIsFetchedIsAFailure) {
-  Json::Value later = AdapterWith({"192.0.2.2"});
-  later["firstCall"] = 2;
-  SetAdapters({AdapterWith({"192.0.2.1"}), later});
-  const LogScope log;
-  const AdapterAddressesWrapper first;
-  EXPECT_EQ(first.Get(), nullptr);
-  EXPECT_THAT(OwnLog(),
-              Contains(ErrorLine(L"AdapterAddressesWrapper::AdapterAddressesWrapper: "
-                                 L"GetAdaptersAddresses function returned error, Error [111]")));
-  const AdapterAddressesWrapper second;
-  ASSERT_NE(second.Get(), nullptr);
-  EXPECT_NE(second.Get()->Next, nullptr);
-}
-
-TEST_F(AdaptersTest, ListThatShrinksBeforeItIsFetchedIsTaken) {
-  Json::Value gone = AdapterWith({"192.0.2.2"});
-  gone["lastCall"] = 1;
-  SetAdapters({AdapterWith({"192.0.2.1"}), gone});
-  const AdapterAddressesWrapper adapters;
-  ASSERT_NE(adapters.Get(), nullptr);
-  EXPECT_EQ(adapters.Get()->Next, nullptr);
-}
 
 TEST_F(AdaptersTest, OneOfHundredsOfAdaptersIsFound) {
   Json::Value list(Json::arrayValue);
@@ -134,16 +31,6 @@ TEST_F(AdaptersTest, OneOfHundredsOfAdaptersIsFound) {
       GetAdapterWithMatchingIPAddress(adapters.Get(), L"2001:db8::499");
   ASSERT_NE(found, nullptr);
   EXPECT_EQ(found->Next, nullptr);
-}
-
-TEST_F(AdaptersTest, MissingMemoryIsLogged) {
-  const LogScope log;
-  const FailingAllocation failing;
-  const AdapterAddressesWrapper adapters;
-  EXPECT_EQ(adapters.Get(), nullptr);
-  EXPECT_THAT(OwnLog(),
-              Contains(ErrorLine(L"AdapterAddressesWrapper::AdapterAddressesWrapper: Failed to "
-                                 L"allocate memory for GetAdaptersAddresses function")));
 }
 
 TEST_F(AdaptersTest, FirstAdapterWithTheAddressMatches) {
@@ -490,13 +377,6 @@ TEST(GetAdapterTypeName, HasAWordForEachKnownType) {
     EXPECT_EQ(GetAdapterTypeName(type), word == words.end() ? L"Other" : word->second) << type;
   }
   EXPECT_EQ(GetAdapterTypeName(0xFFFFFFFF), L"Other");
-}
-
-TEST(GetNameInfoWrapper, AbsentAddressIsEmptyWithoutALine) {
-  const Lab::Instance machine;
-  const LogScope log;
-  EXPECT_EQ(GetNameInfoWrapper({nullptr, 0}), L"");
-  EXPECT_THAT(OwnLog(), IsEmpty());
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 #include "network/dns_suffixes.h"
 
 #include "collection_test.h"
-#include "network/adapters.h"
+#include "network/adapter_snapshot.h"
 
 namespace Halvard::Network {
 namespace {

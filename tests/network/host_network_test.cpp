@@ -4,7 +4,7 @@
 #include "collection_test.h"
 #include "core/logging.h"
 #include "core/text.h"
-#include "network/adapters.h"
+#include "network/adapter_snapshot.h"
 #include "network/address_texts.h"
 #include "network/name_validation.h"
 #include "network/network_choice.h"

@@ -51,16 +51,6 @@ TEST_F(IsIpLiteralTest, RefusesANameOfAThousandCharacters) {
   EXPECT_FALSE(IsIpLiteral(std::wstring(1000, L':')));
 }
 
-TEST(GetAddressFamilyName, KnowsTwoFamilies) {
-  sockaddr address{};
-  address.sa_family = AF_INET;
-  EXPECT_EQ(GetAddressFamilyName(&address), L"AF_INET");
-  address.sa_family = AF_INET6;
-  EXPECT_EQ(GetAddressFamilyName(&address), L"AF_INET6");
-  address.sa_family = 17;
-  EXPECT_EQ(GetAddressFamilyName(&address), L"AF_UNSPEC");
-}
-
 TEST_F(GetSystemFqdnTest, IsTheFullName) {
   const LogScope log;
   machine_.Set("/computer/fullName", "KvSource.Corp.example");

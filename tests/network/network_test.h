@@ -4,25 +4,17 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <boost/asio/error.hpp>
 #include <initializer_list>
 #include <string>
 
+#include "adapter_descriptions.h"
 #include "core/logging.h"
 #include "network/directory_domain.h"
+#include "started_sockets.h"
 #include "support/lab_instance.h"
 #include "support/log_lines.h"
 
 namespace Halvard::Testing {
-
-// In the agent Boost.Asio starts the sockets before main and keeps them started.
-[[maybe_unused]] inline const auto& kSockets = boost::asio::error::get_misc_category();
-
-/// A description of an adapter with these addresses.
-Json::Value AdapterWith(std::initializer_list<const char*> addresses);
-
-/// A list for the description of a machine.
-Json::Value JsonList(std::initializer_list<Json::Value> values);
 
 /// What GetActiveDirectoryConfig of this program answers; a workgroup from the start.
 struct KnownDomain {

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "core/user_input.h"
-#include "network/adapters.h"
+#include "network/adapter_snapshot.h"
 #include "pion/scheduler.h"
 #include "runner/runner_extraction.h"
 #include "security/firewall.h"
