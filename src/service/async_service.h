@@ -29,6 +29,8 @@ class AsyncServiceImpl final : public AsyncServiceInterface {
                                     const NativeCompletion& completion) override;
   void CollectNetworkConfig(const std::string& operationInput, const ActivationPointer& activation,
                             const NativeCompletion& completion) override;
+
+  // export_operations.cpp
   void InvokeExport(const std::string& operationInput, const ActivationPointer& activation,
                     const NativeCompletion& completion) override;
   void PollExportStatus(const std::string& operationInput, const ActivationPointer& activation,
@@ -41,10 +43,14 @@ class AsyncServiceImpl final : public AsyncServiceInterface {
                       const NativeCompletion& completion) override;
   void CopyLogsDirectory(const std::string& operationInput, const ActivationPointer& activation,
                          const NativeCompletion& completion) override;
+
+  // shutdown_operations.cpp
   void ShutdownMachine(const std::string& operationInput, const ActivationPointer& activation,
                        const NativeCompletion& completion) override;
   void ShutdownHv(const std::string& operationInput, const ActivationPointer& activation,
                   const NativeCompletion& completion) override;
+
+  // collection_operations.cpp
   void ValidateActiveDirectoryCredentials(const std::string& operationInput,
                                           const ActivationPointer& activation,
                                           const NativeCompletion& completion) override;

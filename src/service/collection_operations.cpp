@@ -1,11 +1,9 @@
+// What a client is told of the machine's domain and network, and of an account of that domain.
 #include "core/messages.h"
 #include "core/property_store.h"
-#include "core/temp_directory.h"
 #include "core/text.h"
 #include "network/network_configuration.h"
-#include "runner/answer_file.h"
-#include "runner/export_output.h"
-#include "runner/export_phase.h"
+#include "service/active_directory_credentials.h"
 #include "service/async_service.h"
 #include "service/domain_members.h"
 #include "service/operation_call.h"
@@ -19,76 +17,35 @@ constexpr wchar_t kCollectActiveDirectoryConfig[] =
     L"Halvard::MigratorSvc::AsyncServiceImpl::CollectActiveDirectoryConfig";
 constexpr wchar_t kCollectNetworkConfig[] =
     L"Halvard::MigratorSvc::AsyncServiceImpl::CollectNetworkConfig";
-constexpr wchar_t kInvokeExport[] = L"Halvard::MigratorSvc::AsyncServiceImpl::InvokeExport";
-constexpr wchar_t kPollExportStatus[] = L"Halvard::MigratorSvc::AsyncServiceImpl::PollExportStatus";
-constexpr wchar_t kCreateAnswerFile[] = L"Halvard::MigratorSvc::AsyncServiceImpl::CreateAnswerFile";
-
-std::string Styled(const Json::Value& document) { return Json::StyledWriter().write(document); }
-
-/// Ends an operation with the failure that a message tells.
-void Fail(OperationCall& call, unsigned int message) {
-  SetFailure(call.Reply(), GetLocalizedStringIn(message, RequestLocale(call.Request())));
-  call.Announce(message);
-}
-
-void Succeed(OperationCall& call, unsigned int message) {
-  SetSuccess(call.Reply());
-  call.Announce(message);
-}
+constexpr wchar_t kValidateActiveDirectoryCredentials[] =
+    L"Halvard::MigratorSvc::AsyncServiceImpl::ValidateActiveDirectoryCredentials";
 
 void CollectDomain(OperationCall& call) {
   Json::Value& reply = call.Reply();
   Network::ActiveDirectoryConfig config;
   if (!Network::GetActiveDirectoryConfig(config)) {
     reply["ad_domain_name"] = "";
-    return Fail(call, 1061);
+    return call.Fail(1061);
   }
   reply["ad_domain_name"] = WideToUtf8(config.domainName);
   SetDomainController(reply, config);
-  Succeed(call, 1062);
+  call.Succeed(1062);
 }
 
-/// The options reach the runner's input file as a JSON object if they are one, else as their text.
-void TakeUserOptions(OperationCall& call) {
-  static constexpr wchar_t kDefault[] = L"{\"keldb.migrateSet\":\"yes\"}";
-  if (!call.Request().isMember("user_options")) {
-    call.Log().Info(
-        L"Halvard::MigratorSvc::AsyncServiceImpl::InvokeExport: No user options passed. Using default value: [%s].",
-        kDefault);
-    gProperties[L"USER_OPTIONS"] = kDefault;
+void AnnounceAndLog(OperationCall& call, unsigned int message) {
+  call.Announce(message);
+  call.Log().Info(L"Halvard::MigratorSvc::AsyncServiceImpl::ValidateActiveDirectoryCredentials: %s",
+                  GetLocalizedStringIn(message, "en").c_str());
+}
+
+void ValidateAccount(OperationCall& call) {
+  AnnounceAndLog(call, 1201);
+  if (!ValidateADCredentials(call.Request(), call.Reply())) {
+    call.Reply()["result"] = "fail";
     return;
   }
-  const std::wstring options = Utf8ToWide(Styled(call.Request()["user_options"]));
-  call.Log().Info(
-      L"Halvard::MigratorSvc::AsyncServiceImpl::InvokeExport: User options passed: [%s]",
-      options.c_str());
-  gProperties[L"USER_OPTIONS"] = options;
-}
-
-/// Only the boolean counts, and only for this export.
-void TakeSilence(OperationCall& call) {
-  const Json::Value& silent = call.Request()["silent"];
-  if (!silent.isBool() || !silent.asBool()) {
-    gProperties[L"UR_SILENT_EXPORT"] = L"";
-    return;
-  }
-  call.Log().Info(
-      L"Halvard::MigratorSvc::AsyncServiceImpl::InvokeExport: Running export in silent mode.");
-  gProperties[L"UR_SILENT_EXPORT"] = L"1";
-}
-
-/// A document that is no object has no members, and isn't asked for any.
-bool HasStatus(const Json::Value& document) {
-  return document.isObject() && document.isMember("status");
-}
-
-void ShowExportOutput(OperationCall& call) {
-  // What there is goes to the client: nothing yet, a part, or the whole.
-  (void)Runner::LoadExportOutput(GetTempDirectory() + Runner::kExportOutputFile, call.Reply());
-  if (call.Reply().empty() || HasStatus(call.Reply())) return;
-  call.Log().Warn(
-      L"Halvard::MigratorSvc::AsyncServiceImpl::PollExportStatus: UpgradeRunnerExportOutput.json content: %s",
-      Utf8ToWide(Styled(call.Reply())).c_str());
+  SetSuccess(call.Reply());
+  AnnounceAndLog(call, 1202);
 }
 
 }  // namespace
@@ -115,40 +72,14 @@ void AsyncServiceImpl::CollectNetworkConfig(const std::string& operationInput,
   });
 }
 
-void AsyncServiceImpl::InvokeExport(const std::string& operationInput,
-                                    const ActivationPointer& /*activation*/,
-                                    const NativeCompletion& completion) {
-  RunOperation(kInvokeExport, operationInput, completion, [](OperationCall& call) {
-    call.Announce(1195);
-    if (call.IsRefusedInPhase(L"PREUPGRADE_CHECKS_STATUS", L"NOT_STARTED", 1066)) return;
-    if (call.IsRefusedInPhase(L"PREUPGRADE_CHECKS_STATUS", L"RUNNING", 1067)) return;
-    if (call.IsRefusedInPhase(L"EXPORT_STATUS", L"RUNNING", 1068)) return;
-    if (!call.PassesGuards()) return;
-    TakeUserOptions(call);
-    TakeSilence(call);
-    if (Runner::LaunchUpgradeRunnerExportPhase(false) != 0) return Fail(call, 1070);
-    Succeed(call, 1069);
-  });
-}
-
-void AsyncServiceImpl::PollExportStatus(const std::string& operationInput,
-                                        const ActivationPointer& /*activation*/,
-                                        const NativeCompletion& completion) {
-  RunOperation(kPollExportStatus, operationInput, completion, [](OperationCall& call) {
-    if (!call.PassesGuards()) return;
-    ShowExportOutput(call);
-  });
-}
-
-void AsyncServiceImpl::CreateAnswerFile(const std::string& operationInput,
-                                        const ActivationPointer& /*activation*/,
-                                        const NativeCompletion& completion) {
-  RunOperation(kCreateAnswerFile, operationInput, completion, [](OperationCall& call) {
-    call.Announce(1196);
-    if (!call.PassesGuards()) return;
-    if (!Runner::CreateReplyFile(call.Request()["answer"])) return Fail(call, 1082);
-    Succeed(call, 1083);
-  });
+void AsyncServiceImpl::ValidateActiveDirectoryCredentials(const std::string& operationInput,
+                                                          const ActivationPointer& /*activation*/,
+                                                          const NativeCompletion& completion) {
+  RunOperation(kValidateActiveDirectoryCredentials, operationInput, completion,
+               [](OperationCall& call) {
+                 if (!call.PassesGuards()) return;
+                 ValidateAccount(call);
+               });
 }
 
 }  // namespace Halvard::MigratorSvc

@@ -1,11 +1,9 @@
+// What goes to the appliance: the export and the logs.
 #include "core/console.h"
 #include "core/messages.h"
 #include "core/property_store.h"
-#include "core/server_lifetime.h"
 #include "core/text.h"
 #include "host/files.h"
-#include "host/machine_shutdown.h"
-#include "service/active_directory_credentials.h"
 #include "service/async_service.h"
 #include "service/operation_call.h"
 #include "service/reply.h"
@@ -20,10 +18,6 @@ namespace {
 constexpr wchar_t kCopyExportData[] = L"Halvard::MigratorSvc::AsyncServiceImpl::CopyExportData";
 constexpr wchar_t kCopyLogsDirectory[] =
     L"Halvard::MigratorSvc::AsyncServiceImpl::CopyLogsDirectory";
-constexpr wchar_t kShutdownMachine[] = L"Halvard::MigratorSvc::AsyncServiceImpl::ShutdownMachine";
-constexpr wchar_t kShutdownHv[] = L"Halvard::MigratorSvc::AsyncServiceImpl::ShutdownHv";
-constexpr wchar_t kValidateActiveDirectoryCredentials[] =
-    L"Halvard::MigratorSvc::AsyncServiceImpl::ValidateActiveDirectoryCredentials";
 
 /// Where a client wants a file to be put.
 struct CopyTarget {
@@ -63,8 +57,7 @@ void CopyExport(OperationCall& call) {
     SetFailure(call.Reply(), GetLocalizedStringIn(1074, RequestLocale(call.Request())));
     return;
   }
-  SetSuccess(call.Reply());
-  call.Announce(1075);
+  call.Succeed(1075);
 }
 
 void CopyLogs(OperationCall& call) {
@@ -82,53 +75,7 @@ void CopyLogs(OperationCall& call) {
     call.Reply()["result"] = 1076;
     return;
   }
-  SetSuccess(call.Reply());
-  call.Announce(1078);
-}
-
-void ShutDown(OperationCall& call) {
-  const DWORD code = Host::ShutDownThisMachine(GetLocalizedString(1095));
-  // The agent ends too, even if the machine doesn't.
-  (void)CreateChildThreadToShutdownHV();
-  if (code != ERROR_SUCCESS) {
-    call.Log().Error(
-        L"Halvard::MigratorSvc::AsyncServiceImpl::ShutdownMachine: Failed to initiate shutdown. Error code: [%d].",
-        code);
-    SetFailure(call.Reply(), L"Failed to shutdown the remote Kelvane Server Windows machine.");
-    return;
-  }
-  call.Log().Info(
-      L"Halvard::MigratorSvc::AsyncServiceImpl::ShutdownMachine: Successfully initiated shutdown.");
-  SetSuccess(call.Reply());
-}
-
-void EndAgent(OperationCall& call) {
-  if (CreateChildThreadToShutdownHV()) {
-    SetSuccess(call.Reply());
-    call.Log().Info(
-        L"Halvard::MigratorSvc::AsyncServiceImpl::ShutdownHv: Successfully created a child thread to shutdown halvard.");
-    return;
-  }
-  call.Announce(1171);
-  call.Log().Error(L"Halvard::MigratorSvc::AsyncServiceImpl::ShutdownHv: %s",
-                   GetLocalizedStringIn(1171, "en").c_str());
-  SetFailure(call.Reply(), GetLocalizedStringIn(1171, RequestLocale(call.Request())));
-}
-
-void AnnounceAndLog(OperationCall& call, unsigned int message) {
-  call.Announce(message);
-  call.Log().Info(L"Halvard::MigratorSvc::AsyncServiceImpl::ValidateActiveDirectoryCredentials: %s",
-                  GetLocalizedStringIn(message, "en").c_str());
-}
-
-void ValidateAccount(OperationCall& call) {
-  AnnounceAndLog(call, 1201);
-  if (!ValidateADCredentials(call.Request(), call.Reply())) {
-    call.Reply()["result"] = "fail";
-    return;
-  }
-  SetSuccess(call.Reply());
-  AnnounceAndLog(call, 1202);
+  call.Succeed(1078);
 }
 
 }  // namespace
@@ -151,38 +98,6 @@ void AsyncServiceImpl::CopyLogsDirectory(const std::string& operationInput,
     if (!call.PassesGuards()) return;
     CopyLogs(call);
   });
-}
-
-void AsyncServiceImpl::ShutdownMachine(const std::string& operationInput,
-                                       const ActivationPointer& /*activation*/,
-                                       const NativeCompletion& completion) {
-  RunOperation(kShutdownMachine, operationInput, completion, [](OperationCall& call) {
-    if (call.IsRefusedInPhase(L"EXPORT_STATUS", L"NOT_STARTED", 1093)) return;
-    if (call.IsRefusedInPhase(L"EXPORT_STATUS", L"RUNNING", 1094)) return;
-    call.Announce(1051);
-    if (!call.PassesGuards()) return;
-    ShutDown(call);
-  });
-}
-
-void AsyncServiceImpl::ShutdownHv(const std::string& operationInput,
-                                  const ActivationPointer& /*activation*/,
-                                  const NativeCompletion& completion) {
-  RunOperation(kShutdownHv, operationInput, completion, [](OperationCall& call) {
-    if (call.IsRefusedInPhase(L"EXPORT_STATUS", L"RUNNING", 1170)) return;
-    if (!call.PassesGuards()) return;
-    EndAgent(call);
-  });
-}
-
-void AsyncServiceImpl::ValidateActiveDirectoryCredentials(const std::string& operationInput,
-                                                          const ActivationPointer& /*activation*/,
-                                                          const NativeCompletion& completion) {
-  RunOperation(kValidateActiveDirectoryCredentials, operationInput, completion,
-               [](OperationCall& call) {
-                 if (!call.PassesGuards()) return;
-                 ValidateAccount(call);
-               });
 }
 
 }  // namespace Halvard::MigratorSvc

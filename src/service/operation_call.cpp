@@ -21,6 +21,16 @@ OperationCall::OperationCall(const wchar_t* name) : name_(name), log_(name_, L"h
 
 void OperationCall::Announce(unsigned int message) const { PrintLine(GetLocalizedString(message)); }
 
+void OperationCall::Succeed(unsigned int message) {
+  SetSuccess(reply_);
+  Announce(message);
+}
+
+void OperationCall::Fail(unsigned int message) {
+  SetFailure(reply_, GetLocalizedStringIn(message, RequestLocale(request_)));
+  Announce(message);
+}
+
 bool OperationCall::IsRefusedInPhase(const wchar_t* property, const wchar_t* value,
                                      unsigned int message) {
   return MigratorSvc::IsRefusedInPhase(name_, {property, value, message}, request_, reply_);

@@ -31,6 +31,13 @@ class OperationCall {
   /// Prints a message on the console, in the operator's language.
   void Announce(unsigned int message) const;
 
+  /// Ends the operation well: the reply says so, and the console has a message.
+  void Succeed(unsigned int message);
+
+  /// Ends the operation with the failure that a message tells, to the client in the language that
+  /// the request names and to the operator on the console.
+  void Fail(unsigned int message);
+
   /// As IsRefusedInPhase of guards.h.
   bool IsRefusedInPhase(const wchar_t* property, const wchar_t* value, unsigned int message);
 

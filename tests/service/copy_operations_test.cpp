@@ -1,21 +1,14 @@
-// What the copying operations and the shutdown of the machine come to.
-#include <fstream>
-
-#include "core/server_lifetime.h"
+// What the copying operations come to.
 #include "service_test.h"
 
 namespace Halvard::MigratorSvc {
 namespace {
 
-using testing::Contains;
 using testing::ElementsAre;
-using Testing::ErrorLine;
 using testing::HasSubstr;
-using Testing::InfoLine;
 using testing::Not;
 using testing::SizeIs;
 using Testing::TheSurroundings;
-using Testing::WarningLine;
 
 constexpr char kSuccess[] = "{\n   \"error\" : \"\",\n   \"result\" : \"success\"\n}\n";
 
@@ -28,7 +21,6 @@ class CopyOperations : public ServiceTest {
     gProperties[L"EXPORT_RESULT"] = L"SUCCESS";
     gProperties[L"SSO_USERNAME"] = L"administrator@ostrel.local";
     gProperties[L"SSO_PASSWORD"] = Testing::kAcceptedPassword;
-    machine_.PlanFault({.function = "CreateThread", .error = 8});
   }
 
   static Json::Value CopyRequest() {
@@ -49,19 +41,11 @@ class CopyOperations : public ServiceTest {
     Testing::CheckCalls().clear();
     return Call(&AsyncServiceInterface::CopyLogsDirectory, request);
   }
-  CallResult ShutDown() { return Call(&AsyncServiceInterface::ShutdownMachine, GoodRequest("fr")); }
 
   static std::wstring FrenchError(std::uint16_t message) { return Message(kFrench, message); }
 
   static std::string LogsZip() {
     return WideToUtf8(Lab::Instance::kProfile) + "\\AppData\\Local\\Ostrel\\Halvard\\logs.zip";
-  }
-
-  Json::Value ShutdownRecord() const {
-    Json::Value record;
-    std::ifstream file(machine_.Folder() / "shutdown.json");
-    if (file) file >> record;
-    return record;
   }
 };
 
@@ -148,42 +132,6 @@ TEST_F(CopyOperations, LogsThatDoNotArriveAnswerTheMessagesNumber) {
 TEST_F(CopyOperations, PasswordsAreNotLogged) {
   TheSurroundings().filesArrive = false;
   for (const auto& line : CopyExport().log) EXPECT_THAT(line.message, Not(HasSubstr(L"secret")));
-}
-
-TEST_F(CopyOperations, MachineIsShutDownWithAMessageInTheOperatorsLanguage) {
-  const CallResult result = ShutDown();
-  EXPECT_EQ(result.text, kSuccess);
-  EXPECT_EQ(Utf8ToWide(ShutdownRecord()["message"].asString()), Message(kGerman, 1095));
-  EXPECT_EQ(result.console, Message(kGerman, 1051) + L"\n");
-  // The agent couldn't be ended, which nobody looks at.
-  EXPECT_THAT(
-      result.log,
-      testing::IsSupersetOf(
-          {WarningLine(L"CreateChildThreadToShutdownHV: Failed to create thread to "
-                       L"initiate halvard shutdown. Error code: 8"),
-           InfoLine(FullName(L"ShutdownMachine") + L": Successfully initiated shutdown.")}));
-}
-
-TEST_F(CopyOperations, ShutdownThatFailsEndsTheAgentAllTheSame) {
-  machine_.PlanFault({.function = "InitiateShutdownW", .error = 1115});
-  const CallResult result = ShutDown();
-  EXPECT_TRUE(result.Failed());
-  EXPECT_EQ(result.Error(), "Failed to shutdown the remote Kelvane Server Windows machine.");
-  EXPECT_TRUE(ShutdownRecord().isNull());
-  EXPECT_THAT(result.log,
-              testing::IsSupersetOf(
-                  {WarningLine(L"CreateChildThreadToShutdownHV: Failed to create thread to "
-                               L"initiate halvard shutdown. Error code: 8"),
-                   ErrorLine(FullName(L"ShutdownMachine") +
-                             L": Failed to initiate shutdown. Error code: [1115].")}));
-}
-
-TEST_F(CopyOperations, ShutdownIsRefusedBeforeAndDuringAnExport) {
-  gProperties[L"EXPORT_STATUS"] = L"NOT_STARTED";
-  EXPECT_EQ(Utf8ToWide(ShutDown().Error()), FrenchError(1093));
-  gProperties[L"EXPORT_STATUS"] = L"RUNNING";
-  EXPECT_EQ(Utf8ToWide(ShutDown().Error()), FrenchError(1094));
-  EXPECT_TRUE(ShutdownRecord().isNull());
 }
 
 }  // namespace

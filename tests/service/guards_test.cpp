@@ -3,18 +3,14 @@
 #include <thread>
 
 #include "core/export_state.h"
-#include "service/api_availability.h"
 #include "service_test.h"
 
 namespace Halvard::MigratorSvc {
 namespace {
 
 using testing::Contains;
-using Testing::ErrorLine;
 using testing::Field;
-using Testing::InfoLine;
 using testing::Not;
-using testing::StartsWith;
 
 class Guards : public ServiceTest {
  protected:
@@ -140,46 +136,6 @@ TEST_F(Guards, EndOfAnExportIsSeenWithItsResult) {
   for (int i = 0; i < 200; ++i) EXPECT_TRUE(ValidatePassedCredentials(request, reply_));
   exporting.join();
   EXPECT_FALSE(NothingIsCached());
-}
-
-TEST_F(Guards, AvailabilityGoesByTheNameBehindTheLastColon) {
-  gProperties[L"MIGRATION_TYPE"] = L"tum";
-  EXPECT_FALSE(IsHalvardApiAvailable(L"ShutdownMachine", reply_));
-  EXPECT_FALSE(IsHalvardApiAvailable(L"A::B:ShutdownMachine", reply_));
-  EXPECT_TRUE(IsHalvardApiAvailable(L"ShutdownHv", reply_));
-  EXPECT_TRUE(IsHalvardApiAvailable(L"", reply_));
-  EXPECT_TRUE(IsHalvardApiAvailable(L"A::Unknown", reply_));
-  EXPECT_TRUE(IsHalvardApiAvailable(L"ShutdownMachine:", reply_));
-  gProperties[L"MIGRATION_TYPE"] = L"embedded";
-  EXPECT_TRUE(IsHalvardApiAvailable(L"A::Unknown", reply_));
-  EXPECT_FALSE(IsHalvardApiAvailable(L"ShutdownHv", reply_));
-}
-
-TEST_F(Guards, LackingOperationIsNamedShortToTheClientAndInFullInTheLog) {
-  gProperties[L"MIGRATION_TYPE"] = L"tum";
-  EXPECT_FALSE(IsHalvardApiAvailable(FullName(L"ShutdownMachine"), reply_));
-  EXPECT_EQ(reply_["result"], "fail");
-  EXPECT_EQ(reply_["error"],
-            "Halvard 'ShutdownMachine' API is not available for this migration type.");
-  EXPECT_THAT(
-      Testing::OwnLog(),
-      Contains(ErrorLine(
-          L"IsHalvardApiAvailable: HV API not available. Function: Halvard::MigratorSvc::AsyncServiceImpl::ShutdownMachine, Migration type: tum.")));
-}
-
-TEST_F(Guards, EveryTypeButUpdateManagerHasTheSameOperations) {
-  for (const wchar_t* type : {L"embedded", L"management", L"infrastructure", L"", L"TUM"}) {
-    gProperties[L"MIGRATION_TYPE"] = type;
-    EXPECT_TRUE(IsHalvardApiAvailable(L"ShutdownMachine", reply_));
-    EXPECT_FALSE(IsHalvardApiAvailable(L"ShutdownHv", reply_));
-  }
-}
-
-TEST_F(Guards, TableOfAvailabilityHasEachOperationOnce) {
-  EXPECT_EQ(ApiAvailabilityTable.size(), std::size(kOperations));
-  for (const KnownOperation& operation : kOperations) {
-    EXPECT_TRUE(ApiAvailabilityTable.contains(operation.name));
-  }
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 #include "service/infrastructure_component.h"
 
-#include "service/http_url.h"
 #include "service_test.h"
 
 namespace Halvard::MigratorSvc {
@@ -161,27 +160,6 @@ INSTANTIATE_TEST_SUITE_P(
                     TokenServiceUrl{L"ftp://n/sts/STSService/a", nullptr, 0},
                     TokenServiceUrl{L"/sts/STSService/a", nullptr, 0},
                     TokenServiceUrl{L"", nullptr, 0}));
-
-TEST(ParseHttpUrlWrapper, SplitsWhatIsAnUrl) {
-  std::string scheme;
-  std::string host;
-  std::int32_t port = 0;
-  std::string path;
-  EXPECT_TRUE(ParseHttpUrlWrapper("HTTPS://n.example:7444/a/b", scheme, host, port, path));
-  EXPECT_EQ(scheme + " " + host + " " + std::to_string(port) + " " + path,
-            "https n.example 7444 /a/b");
-}
-
-TEST(ParseHttpUrlWrapper, AssignsNothingForAnythingElse) {
-  std::string scheme = "s";
-  std::string host = "h";
-  std::int32_t port = 7;
-  std::string path = "p";
-  for (const char* url : {"", "n.example", "https://", "https://u@n/", "https://n:x/"}) {
-    EXPECT_FALSE(ParseHttpUrlWrapper(url, scheme, host, port, path)) << url;
-  }
-  EXPECT_EQ(scheme + host + std::to_string(port) + path, "sh7p");
-}
 
 }  // namespace
 }  // namespace Halvard::MigratorSvc
