@@ -168,6 +168,13 @@ TEST_F(OddInput, EmbeddedNulEndsNoText) {
   EXPECT_EQ(Utf8ToWide(result.Error()), Message(kEnglish, 1098));
 }
 
+TEST_F(OddInput, LineEndsOfAClientStandInTheLogAsTheyCame) {
+  const std::string line = "2026-01-31 12:00:00.123Z| halvard-14510545| I: made up";
+  (void)Call(&AsyncServiceInterface::PollExportStatus, GoodRequest("fr\n" + line + "\nfr"));
+  EXPECT_THAT(machine_.ReadFile(L"%TEMP%\\halvard.log"),
+              testing::Optional(testing::HasSubstr("\n" + line + "\n")));
+}
+
 TEST_F(OddInput, HugeMembersAreRead) {
   const std::string huge(4'000'000, 'x');
   const CallResult result =
