@@ -1,8 +1,8 @@
 #include "serverclient/inventory_size.h"
 
 #include "core/logging.h"
-#include "core/text.h"
 #include "serverclient/connection.h"
+#include "serverclient/destination.h"
 #include "serverclient/inventory_walks.h"
 
 namespace Halvard::ServerClient {
@@ -55,6 +55,7 @@ bool GetInventorySize(const std::string& host, std::int32_t port, const std::str
   LogScope log;
   hosts = 0;
   machines = 0;
+  const Destination destination(host, port, tunnelPath, user);
   try {
     KelvaneConnection connection;
     ConnectToKelvane(host, port, tunnelPath, thumbprint, connection);
@@ -65,10 +66,9 @@ bool GetInventorySize(const std::string& host, std::int32_t port, const std::str
     log.Info(L"GetInventorySize: Inventory size retrieved. Hosts:%u, VMs:%u", hosts, machines);
     return true;
   } catch (const Tunrak::Exception& failure) {
-    log.Warn(L"GetInventorySize: %s", Utf8ToWide(failure.what()).c_str());
-    log.Warn(
-        L"GetInventorySize: Failed to get the KV inventory size. Host:%s, Port:%d, TunnelPath:%s, User:%s.",
-        Utf8ToWide(host).c_str(), port, Utf8ToWide(tunnelPath).c_str(), Utf8ToWide(user).c_str());
+    destination.LogFailure(
+        failure, L"GetInventorySize: %s",
+        L"GetInventorySize: Failed to get the KV inventory size. Host:%s, Port:%d, TunnelPath:%s, User:%s.");
     return false;
   }
 }

@@ -3,6 +3,7 @@
 #include "core/logging.h"
 #include "core/text.h"
 #include "serverclient/connection.h"
+#include "serverclient/destination.h"
 #include "serverclient/extension_record.h"
 #include "serverclient/stubs.h"
 
@@ -55,6 +56,7 @@ bool RegisterUpdateHVExtension(const std::string& host, std::int32_t port,
                                const std::string& agentHost, const std::string& agentPort,
                                const std::string& agentThumbprint) {
   LogScope log;
+  const Destination destination(host, port, tunnelPath, user);
   try {
     KelvaneConnection connection;
     ConnectToKelvane(host, port, tunnelPath, thumbprint, connection);
@@ -64,15 +66,13 @@ bool RegisterUpdateHVExtension(const std::string& host, std::int32_t port,
     }
     RegisterOrUpdate(*MakeManager(connection), agentHost, agentPort, agentThumbprint);
     sessions->Logout();
-    log.Info(
-        L"RegisterUpdateHVExtension: Successfully registered/updated HV extension info with KV. Host:%s, Port:%d, TunnelPath:%s, User:%s.",
-        Utf8ToWide(host).c_str(), port, Utf8ToWide(tunnelPath).c_str(), Utf8ToWide(user).c_str());
+    destination.LogSuccess(
+        L"RegisterUpdateHVExtension: Successfully registered/updated HV extension info with KV. Host:%s, Port:%d, TunnelPath:%s, User:%s.");
     return true;
   } catch (const Tunrak::Exception& failure) {
-    log.Warn(L"RegisterUpdateHVExtension: %s", Utf8ToWide(failure.what()).c_str());
-    log.Warn(
-        L"RegisterUpdateHVExtension: Failed to register/update HV extension with KV. Host:%s, Port:%d, TunnelPath:%s, User:%s.",
-        Utf8ToWide(host).c_str(), port, Utf8ToWide(tunnelPath).c_str(), Utf8ToWide(user).c_str());
+    destination.LogFailure(
+        failure, L"RegisterUpdateHVExtension: %s",
+        L"RegisterUpdateHVExtension: Failed to register/update HV extension with KV. Host:%s, Port:%d, TunnelPath:%s, User:%s.");
     return false;
   }
 }
@@ -82,6 +82,7 @@ bool UnregisterHVExtension(const std::string& host, std::int32_t port,
                            const std::string& user, const std::string& password,
                            const std::string& agentHost) {
   LogScope log;
+  const Destination destination(host, port, tunnelPath, user);
   try {
     KelvaneConnection connection;
     ConnectToKelvane(host, port, tunnelPath, thumbprint, connection);
@@ -91,15 +92,13 @@ bool UnregisterHVExtension(const std::string& host, std::int32_t port,
     }
     UnregisterIfFound(*MakeManager(connection), agentHost);
     sessions->Logout();
-    log.Info(
-        L"UnregisterHVExtension: Successfully unregisted HV extension from KV. Host:%s, Port:%d, TunnelPath:%s, User:%s",
-        Utf8ToWide(host).c_str(), port, Utf8ToWide(tunnelPath).c_str(), Utf8ToWide(user).c_str());
+    destination.LogSuccess(
+        L"UnregisterHVExtension: Successfully unregisted HV extension from KV. Host:%s, Port:%d, TunnelPath:%s, User:%s");
     return true;
   } catch (const Tunrak::Exception& failure) {
-    log.Warn(L"UnregisterHVExtension: %s", Utf8ToWide(failure.what()).c_str());
-    log.Warn(
-        L"UnregisterHVExtension: Failed to unregister HV extension from KV. Host:%s, Port:%d, TunnelPath:%s, User:%s",
-        Utf8ToWide(host).c_str(), port, Utf8ToWide(tunnelPath).c_str(), Utf8ToWide(user).c_str());
+    destination.LogFailure(
+        failure, L"UnregisterHVExtension: %s",
+        L"UnregisterHVExtension: Failed to unregister HV extension from KV. Host:%s, Port:%d, TunnelPath:%s, User:%s");
     return false;
   }
 }
