@@ -2,6 +2,7 @@
 
 #include "core/logging.h"
 #include "host/file_version.h"
+#include "host/module_function.h"
 #include "host/unique_resource.h"
 #include "network/address_checks.h"
 
@@ -24,10 +25,7 @@ void FlushCache() {
     log.Error(L"IsFQDN: Failed to get dns handle");
     return;
   }
-  // No header declares it.
-  using Flush = BOOL(WINAPI*)();
-  const auto flush = reinterpret_cast<Flush>(
-      reinterpret_cast<void (*)()>(GetProcAddress(module, "DnsFlushResolverCache")));
+  const auto flush = Host::FindFunction<BOOL(WINAPI*)()>(module, "DnsFlushResolverCache");
   if (flush == nullptr) {
     log.Warn(L"IsFQDN: Failed to initiate DNS flush");
     return;

@@ -1,6 +1,7 @@
 #include "network/literal_spelling.h"
 
 #include "core/logging.h"
+#include "host/module_function.h"
 #include "host/unique_resource.h"
 #include "host/windows_api.h"
 
@@ -10,12 +11,6 @@ namespace {
 // Codes of the system below the Windows API; 0 is success.
 using ParseIpv4 = LONG(WINAPI*)(PCWSTR text, BOOLEAN strict, PCWSTR* end, in_addr* address);
 using ParseIpv6 = LONG(WINAPI*)(PCWSTR text, PCWSTR* end, in6_addr* address);
-
-template <typename Function>
-Function FindFunction(HMODULE module, const char* name) {
-  // By way of the one type of function that any other may be cast to and from.
-  return reinterpret_cast<Function>(reinterpret_cast<void (*)()>(GetProcAddress(module, name)));
-}
 
 struct ParseResult {
   LONG status = 0;
@@ -34,8 +29,8 @@ bool IsCanonicalAddress(const std::wstring& text, bool ipv4) {
   ParseIpv4 parseIpv4 = nullptr;
   ParseIpv6 parseIpv6 = nullptr;
   if (module) {
-    parseIpv4 = FindFunction<ParseIpv4>(module.Get(), "RtlIpv4StringToAddressW");
-    parseIpv6 = FindFunction<ParseIpv6>(module.Get(), "RtlIpv6StringToAddressW");
+    parseIpv4 = Host::FindFunction<ParseIpv4>(module.Get(), "RtlIpv4StringToAddressW");
+    parseIpv6 = Host::FindFunction<ParseIpv6>(module.Get(), "RtlIpv6StringToAddressW");
   }
   if (parseIpv4 == nullptr || parseIpv6 == nullptr) {
     log.Error(L"CheckHostNameOrAddr: Couldn't load address validation functions");
