@@ -15,7 +15,7 @@
 #include "core/json_files.h"
 #include "core/locales.h"
 #include "ratio_reporter.h"
-#include "runner/preupgrade_output.h"
+#include "runner/precheck_findings.h"
 #include "support/lab_instance.h"
 
 namespace {

@@ -14,6 +14,7 @@
 #include "network/name_resolution.h"
 #include "network/name_validation.h"
 #include "require.h"
+#include "runner/precheck_findings.h"
 #include "runner/preupgrade_output.h"
 
 namespace Halvard {

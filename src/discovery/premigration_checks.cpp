@@ -13,7 +13,8 @@
 #include "host/windows_api.h"
 #include "network/network_configuration.h"
 #include "network/time_servers.h"
-#include "runner/preupgrade_output.h"
+#include "runner/precheck_findings.h"
+#include "runner/preupgrade_phase.h"
 #include "security/controller_version.h"
 #include "security/export_directory.h"
 

@@ -1,10 +1,11 @@
+#include "network/address_on_system.h"
+
 #include <cstddef>
 #include <cstring>
 #include <memory>
 #include <new>
 
 #include "core/logging.h"
-#include "network/address_checks.h"
 #include "network/loopback.h"
 
 namespace Halvard::Network {

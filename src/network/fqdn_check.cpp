@@ -1,10 +1,12 @@
+#include "network/fqdn_check.h"
+
 #include <cstring>
 
 #include "core/logging.h"
 #include "host/file_version.h"
 #include "host/module_function.h"
 #include "host/unique_resource.h"
-#include "network/address_checks.h"
+#include "network/address_on_system.h"
 
 namespace Halvard::Network {
 namespace {

@@ -1,6 +1,8 @@
+#include "network/host_name_check.h"
+
 #include "core/logging.h"
 #include "host/unique_resource.h"
-#include "network/address_checks.h"
+#include "network/address_on_system.h"
 #include "network/literal_spelling.h"
 #include "network/loopback.h"
 

@@ -4,8 +4,9 @@
 #include <string_view>
 
 #include "core/logging.h"
-#include "network/address_checks.h"
 #include "network/directory_domain.h"
+#include "network/fqdn_check.h"
+#include "network/host_name_check.h"
 #include "network/name_resolution.h"
 
 namespace Halvard::Network {

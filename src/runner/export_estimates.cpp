@@ -1,11 +1,11 @@
-// What an export needs, as the components of the runner's output estimate it.
+#include "runner/export_estimates.h"
+
 #include <cstdint>
 
 #include "core/logging.h"
 #include "core/property_store.h"
 #include "core/text.h"
 #include "discovery/installed_products.h"
-#include "runner/preupgrade_output.h"
 
 namespace Halvard::Runner {
 namespace {

@@ -1,8 +1,8 @@
-// What the runner's requirements phase found, as texts for the operator.
+#include "runner/precheck_findings.h"
+
 #include "core/logging.h"
 #include "core/messages.h"
 #include "core/text.h"
-#include "runner/preupgrade_output.h"
 
 namespace Halvard::Runner {
 namespace {

@@ -4,6 +4,7 @@
 #include "core/property_store.h"
 #include "core/text.h"
 #include "discovery/system_name.h"
+#include "runner/export_estimates.h"
 
 namespace Halvard::Runner {
 namespace {

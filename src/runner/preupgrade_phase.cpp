@@ -1,9 +1,11 @@
-// Running the requirements phase, and reading what it has left.
+#include "runner/preupgrade_phase.h"
+
 #include "core/environment.h"
 #include "core/json_files.h"
 #include "core/logging.h"
 #include "core/property_store.h"
 #include "core/temp_directory.h"
+#include "runner/export_estimates.h"
 #include "runner/preupgrade_output.h"
 #include "runner/runner_launch.h"
 

@@ -9,7 +9,7 @@
 #include "core/property_store.h"
 #include "core/text.h"
 #include "host/windows_api.h"
-#include "runner/preupgrade_output.h"
+#include "runner/preupgrade_phase.h"
 #include "serverclient/service_thread.h"
 #include "service/domain_members.h"
 #include "service/infrastructure_component.h"

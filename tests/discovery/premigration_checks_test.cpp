@@ -10,7 +10,7 @@
 #include "core/startup/process_test.h"
 #include "network/network_configuration.h"
 #include "network/time_servers.h"
-#include "runner/preupgrade_output.h"
+#include "runner/preupgrade_phase.h"
 #include "security/controller_version.h"
 #include "security/export_directory.h"
 #include "support/console_capture.h"

@@ -13,6 +13,12 @@ Json::Value AdapterWith(std::initializer_list<const char*> addresses) {
   return adapter;
 }
 
+Json::Value DhcpAdapterWith(std::initializer_list<const char*> addresses) {
+  Json::Value adapter = AdapterWith(addresses);
+  adapter["dhcp"] = true;
+  return adapter;
+}
+
 Json::Value JsonList(std::initializer_list<Json::Value> values) {
   Json::Value list(Json::arrayValue);
   for (const Json::Value& value : values) list.append(value);

@@ -1,10 +1,10 @@
-// What the tests of the checks of addresses share.
+// What the tests of the checks of a name's addresses share.
 #pragma once
 
-#include <initializer_list>
+#include <cstdint>
 #include <ostream>
 
-#include "network/address_checks.h"
+#include "network/address_check_counts.h"
 #include "network_test.h"
 
 namespace Halvard::Network {
@@ -21,12 +21,5 @@ inline void PrintTo(const AddressCheckCounts& counts, std::ostream* out) {
 
 /// What the system says of a library that it hasn't got.
 inline constexpr std::uint32_t kModuleNotFound = 126;
-
-/// A description of an adapter that DHCP gave these addresses.
-inline Json::Value DhcpAdapterWith(std::initializer_list<const char*> addresses) {
-  Json::Value adapter = Testing::AdapterWith(addresses);
-  adapter["dhcp"] = true;
-  return adapter;
-}
 
 }  // namespace Halvard::Network

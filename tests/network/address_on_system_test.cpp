@@ -1,11 +1,14 @@
-#include "address_checks_test.h"
+#include "network/address_on_system.h"
+
 #include "host/failing_allocation.h"
 #include "machine/adapters.h"
+#include "network_test.h"
 
 namespace Halvard::Network {
 namespace {
 
 using Testing::AdapterWith;
+using Testing::DhcpAdapterWith;
 using ::testing::ElementsAre;
 using Testing::ErrorLine;
 using Testing::FailingAllocation;

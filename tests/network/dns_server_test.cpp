@@ -2,7 +2,7 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
-#include "network/address_checks.h"
+#include "network/fqdn_check.h"
 #include "network/name_validation.h"
 #include "network_test.h"
 #include "standins/dnsmasq/dnsmasq.h"

@@ -1,3 +1,5 @@
+#include "network/host_name_check.h"
+
 #include "address_checks_test.h"
 
 namespace Halvard::Network {
@@ -5,6 +7,7 @@ namespace {
 
 using Testing::AdapterWith;
 using ::testing::Contains;
+using Testing::DhcpAdapterWith;
 using ::testing::ElementsAre;
 using Testing::ErrorLine;
 using Testing::InfoLine;

@@ -1,6 +1,5 @@
 #include "network/name_validation.h"
 
-#include "network/address_checks.h"
 #include "network_test.h"
 
 namespace Halvard::Network {
@@ -8,6 +7,7 @@ namespace {
 
 using Testing::AdapterWith;
 using ::testing::Contains;
+using Testing::DhcpAdapterWith;
 using ::testing::ElementsAre;
 using Testing::ErrorLine;
 using Testing::InfoLine;
@@ -43,9 +43,8 @@ LogLine WrongDomain() {
 class ValidateFqdnTest : public NamesTest {
  protected:
   ValidateFqdnTest() {
-    Json::Value dhcp = AdapterWith({"192.0.2.2", "2001:db8::2"});
-    dhcp["dhcp"] = true;
-    machine_.Set("/adapters", JsonList({AdapterWith({"192.0.2.1", "2001:db8::1"}), dhcp}));
+    machine_.Set("/adapters", JsonList({AdapterWith({"192.0.2.1", "2001:db8::1"}),
+                                        DhcpAdapterWith({"192.0.2.2", "2001:db8::2"})}));
   }
 
   /// A name that both the hosts file and DNS know.

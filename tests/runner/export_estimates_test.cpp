@@ -1,9 +1,10 @@
+#include "runner/export_estimates.h"
+
 #include <limits>
 
 #include "core/core_test.h"
 #include "discovery/installed_products.h"
 #include "preupgrade_test.h"
-#include "runner/preupgrade_output.h"
 
 namespace Halvard::Runner {
 namespace {

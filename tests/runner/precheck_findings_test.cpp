@@ -1,7 +1,8 @@
+#include "runner/precheck_findings.h"
+
 #include "core/core_test.h"
 #include "core/startup/process_test.h"
 #include "preupgrade_test.h"
-#include "runner/preupgrade_output.h"
 
 namespace Halvard::Runner {
 namespace {

@@ -1,9 +1,10 @@
 // The requirements phase as a whole, with a runner that writes what a test has it write.
+#include "runner/preupgrade_phase.h"
+
 #include "core/locales.h"
 #include "core/property_defaults.h"
 #include "discovery/known_names.h"
 #include "preupgrade_test.h"
-#include "runner/preupgrade_output.h"
 #include "runner/runner_launch.h"
 #include "runner_test.h"
 

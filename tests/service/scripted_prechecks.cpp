@@ -1,6 +1,6 @@
 // A requirements phase that a test decides, without a runner.
 #include "core/property_store.h"
-#include "runner/preupgrade_output.h"
+#include "runner/preupgrade_phase.h"
 #include "scripted_operations.h"
 
 namespace Halvard {
