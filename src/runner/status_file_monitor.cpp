@@ -5,16 +5,14 @@
 #include <string>
 
 #include "core/logging.h"
-#include "host/unique_resource.h"
 #include "runner/folder_changes.h"
+#include "runner/folder_watch.h"
 
 namespace Halvard::Runner {
 namespace {
 
 /// Success or failure of the run; nothing as long as neither is known.
 using Outcome = std::optional<bool>;
-
-constexpr DWORD kChangeBufferSize = 65536;
 
 class StatusFileMonitor {
  public:
@@ -33,8 +31,6 @@ class StatusFileMonitor {
  private:
   bool SetUpWatch();
   bool DividePath();
-  bool OpenDirectory();
-  bool ReadChanges();
   bool Start();
   bool WaitForOutcome();
   Outcome Handle(DWORD waitResult, DWORD error);
@@ -66,10 +62,7 @@ class StatusFileMonitor {
 
   std::wstring directoryPath_;
   std::wstring fileName_;
-  HANDLE event_ = nullptr;
-  Host::UniqueFile directory_;
-  OVERLAPPED overlapped_ = {};
-  alignas(DWORD) BYTE changes_[kChangeBufferSize];
+  FolderWatch watch_;
 };
 
 bool StatusFileMonitor::DividePath() {
@@ -87,45 +80,10 @@ bool StatusFileMonitor::DividePath() {
   return true;
 }
 
-bool StatusFileMonitor::OpenDirectory() {
-  constexpr BOOL kManualReset = TRUE;
-  constexpr BOOL kUnset = FALSE;
-  // The event is never closed: the system may still hold it for a read that is on its way.
-  event_ = CreateEventW(nullptr, kManualReset, kUnset, nullptr);
-  if (event_ == nullptr) {
-    const DWORD error = GetLastError();
-    log_.Error(L"MonitorStatusFile: Failed to create event: %d", error);
-    return false;
-  }
-  directory_.Reset(CreateFileW(directoryPath_.c_str(), FILE_LIST_DIRECTORY,
-                               FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                               OPEN_EXISTING, FILE_FLAG_OVERLAPPED | FILE_FLAG_BACKUP_SEMANTICS,
-                               nullptr));
-  if (directory_) return true;
-  const DWORD error = GetLastError();
-  log_.Error(L"MonitorStatusFile: Failed to open status file directory \"%ws\": %d",
-             directoryPath_.c_str(), error);
-  return false;
-}
-
-bool StatusFileMonitor::ReadChanges() {
-  constexpr BOOL kSubtree = FALSE;
-  return ReadDirectoryChangesW(directory_.Get(), changes_, kChangeBufferSize, kSubtree,
-                               FILE_NOTIFY_CHANGE_FILE_NAME | FILE_NOTIFY_CHANGE_LAST_WRITE,
-                               nullptr, &overlapped_, nullptr) != FALSE;
-}
-
 bool StatusFileMonitor::SetUpWatch() {
   if (statusFilePath_ == nullptr || parseCallback_ == nullptr) return true;
-  if (!DividePath() || !OpenDirectory()) return false;
-  overlapped_.hEvent = event_;
-  if (!ReadChanges()) {
-    const DWORD error = GetLastError();
-    log_.Error(L"MonitorStatusFile: Failed to read directory changes in \"%ws\": %d",
-               directoryPath_.c_str(), error);
-    return false;
-  }
-  handles_[count_++] = event_;
+  if (!DividePath() || !watch_.Begin(directoryPath_)) return false;
+  handles_[count_++] = watch_.Event();
   return true;
 }
 
@@ -184,23 +142,12 @@ Outcome StatusFileMonitor::HandleSignal(DWORD index) {
 
 Outcome StatusFileMonitor::HandleChange() {
   DWORD bytes = 0;
-  constexpr BOOL kWait = FALSE;
-  const BOOL done = GetOverlappedResult(directory_.Get(), &overlapped_, &bytes, kWait);
-  const DWORD error = done ? DWORD{ERROR_SUCCESS} : GetLastError();
-  // Some systems report an overflow as a failure with a code of its own, others as no bytes.
-  if (error == ERROR_NOTIFY_ENUM_DIR) {
-    bytes = 0;
-  } else if (!done) {
-    log_.Error(L"MonitorStatusFile: Get result failed for status file directory: %d %d", done,
-               error);
-    return false;
-  }
-  (void)ResetEvent(event_);
+  if (!watch_.Take(bytes)) return false;
   int result = ParseContinue;
   if (bytes == 0) {
     log_.Info(L"MonitorStatusFile: Status file directory has 0 events, assuming changed");
     result = CallParser();
-  } else if (TellsOfFile(changes_, bytes, fileName_)) {
+  } else if (TellsOfFile(watch_.Records(), bytes, fileName_)) {
     result = CallParser();
   }
   return HandleParseResult(result);
@@ -208,12 +155,10 @@ Outcome StatusFileMonitor::HandleChange() {
 
 Outcome StatusFileMonitor::HandleParseResult(int result) {
   if (result == ParseContinue) {
-    if (ReadChanges()) return std::nullopt;
-    const DWORD error = GetLastError();
-    log_.Error(L"MonitorStatusFile: Failed to re-read directory changes: %d", error);
+    if (watch_.Continue()) return std::nullopt;
     return false;
   }
-  if (handles_[count_ - 1] != event_) {
+  if (handles_[count_ - 1] != watch_.Event()) {
     log_.Error(L"MonitorStatusFile: ERROR: Somebody messed up in the array handling");
     return false;
   }
@@ -297,7 +242,7 @@ void StatusFileMonitor::EndPhase() {
   log_.Info(L"MonitorStatusFile: called parse callback %d times", parserCalls_);
   AwaitProcess();
   AwaitJobTree();
-  directory_.Reset();
+  watch_.End();
 }
 
 bool StatusFileMonitor::Run() {
