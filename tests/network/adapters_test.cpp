@@ -220,6 +220,57 @@ TEST_F(UnicastTest, OtherFamiliesMatchNoWord) {
   EXPECT_EQ(OfFamily(L"", true), L"none");
 }
 
+/// An adapter of hand-made records. In each list two come first that no described machine has: one
+/// without an address, and one of a family of its own.
+class OddRecordsTest : public AdaptersTest {
+ protected:
+  OddRecordsTest() {
+    address_.sin_family = AF_INET;
+    address_.sin_addr.s_addr = htonl(0xC0000201);
+    strange_.sa_family = 17;
+    Link(unicasts_, adapter_.FirstUnicastAddress);
+    Link(dnsServers_, adapter_.FirstDnsServerAddress);
+    Link(gateways_, adapter_.FirstGatewayAddress);
+    for (IP_ADAPTER_UNICAST_ADDRESS& entry : unicasts_) {
+      entry.Flags = IP_ADAPTER_ADDRESS_DNS_ELIGIBLE;
+    }
+  }
+
+  template <typename Entry>
+  void Link(Entry (&entries)[3], Entry*& first) {
+    first = &entries[0];
+    entries[0].Next = &entries[1];
+    entries[1].Next = &entries[2];
+    entries[1].Address = {&strange_, sizeof(strange_)};
+    entries[2].Address = {reinterpret_cast<sockaddr*>(&address_), sizeof(address_)};
+  }
+
+  sockaddr_in address_{};
+  sockaddr strange_{};
+  IP_ADAPTER_UNICAST_ADDRESS unicasts_[3] = {};
+  IP_ADAPTER_DNS_SERVER_ADDRESS dnsServers_[3] = {};
+  IP_ADAPTER_GATEWAY_ADDRESS gateways_[3] = {};
+  IP_ADAPTER_ADDRESSES adapter_{};
+};
+
+TEST_F(OddRecordsTest, ArePassedOver) {
+  EXPECT_EQ(GetUnicastAddressMatchingIPAddress(adapter_, L"192.0.2.1"), &unicasts_[2]);
+  EXPECT_EQ(GetUnicastAddressForFamily(adapter_, L"AF_INET", true), &unicasts_[2]);
+  EXPECT_EQ(GetUnicastAddressForFamily(adapter_, L"AF_INET6", true), nullptr);
+  EXPECT_EQ(GetDnsServers(adapter_, L"AF_INET"), L"192.0.2.1");
+  EXPECT_EQ(GetDnsServers(adapter_, L"AF_INET6"), L"");
+  EXPECT_EQ(GetGatewayAddress(adapter_, L"AF_INET"), L"192.0.2.1");
+  EXPECT_EQ(GetGatewayAddress(adapter_, L"AF_INET6"), L"");
+}
+
+TEST_F(OddRecordsTest, WithoutAnAddressIsToldInTheSearchForAnAdapter) {
+  unicasts_[0].Next = &unicasts_[2];
+  const LogScope log;
+  EXPECT_EQ(GetAdapterWithMatchingIPAddress(&adapter_, L"192.0.2.1"), &adapter_);
+  EXPECT_EQ(OwnLog().front(), InfoLine(L"GetAdapterWithMatchingIPAddress: Socket address is null "
+                                       L"or the IP is not eligible DNS entry."));
+}
+
 class MacTest : public OneAdapterTest {
  protected:
   std::wstring MacOf(const char* mac) {
