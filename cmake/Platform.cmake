@@ -20,3 +20,6 @@ if(WIN32)
 else()
   target_link_libraries(halvard_platform INTERFACE halvard_lab)
 endif()
+
+# With room to work in, the compiler clears up less often, which is a tenth of its time.
+add_compile_options("$<$<CXX_COMPILER_ID:GNU>:--param=ggc-min-heapsize=1000000>")

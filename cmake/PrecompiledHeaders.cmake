@@ -1,6 +1,6 @@
 # Reading the same headers again is most of a compiler's work, so the sources of a kind find them
-# compiled before. A source includes all that it uses nevertheless: the Windows build of src/ and
-# tools/ and the presets lint and fuzz compile it without.
+# compiled before. A source includes all that it uses nevertheless: the presets lint and fuzz compile
+# it without.
 set(HALVARD_STANDARD_HEADERS
   <algorithm> <array> <atomic> <cerrno> <charconv> <chrono> <condition_variable> <cstddef> <cstdint>
   <cstdio> <cstdlib> <cstring> <cwchar> <deque> <exception> <filesystem> <fstream> <functional>
@@ -32,24 +32,27 @@ function(halvard_use_headers kind)
   endif()
 endfunction()
 
-# halvard_use_standard_headers(FOLDER...): for every target below that has no kind yet.
-function(halvard_use_standard_headers)
+# halvard_use_headers_below(KIND FOLDER...): for every target there that has no kind yet.
+function(halvard_use_headers_below wanted)
   foreach(folder IN LISTS ARGN)
     get_property(targets DIRECTORY ${folder} PROPERTY BUILDSYSTEM_TARGETS)
     foreach(target IN LISTS targets)
       get_target_property(type ${target} TYPE)
       get_target_property(kind ${target} PRECOMPILE_HEADERS_REUSE_FROM)
       if(NOT kind AND type MATCHES "^(STATIC_LIBRARY|OBJECT_LIBRARY|EXECUTABLE)$")
-        halvard_use_headers(standard ${target})
+        halvard_use_headers(${wanted} ${target})
       endif()
     endforeach()
     get_property(folders DIRECTORY ${folder} PROPERTY SUBDIRECTORIES)
-    halvard_use_standard_headers(${folders})
+    halvard_use_headers_below(${wanted} ${folders})
   endforeach()
 endfunction()
 
-if(NOT WIN32)
-  halvard_add_headers(standard HEADERS ${HALVARD_STANDARD_HEADERS})
-  halvard_add_headers(network HEADERS ${HALVARD_STANDARD_HEADERS} ${HALVARD_NETWORK_HEADERS}
-                      LIBS Boost::headers OpenSSL::SSL)
+halvard_add_headers(standard HEADERS ${HALVARD_STANDARD_HEADERS})
+halvard_add_headers(network HEADERS ${HALVARD_STANDARD_HEADERS} ${HALVARD_NETWORK_HEADERS}
+                    LIBS Boost::headers OpenSSL::SSL)
+if(WIN32)
+  # The lab's are a few short ones.
+  halvard_add_headers(agent HEADERS ${HALVARD_STANDARD_HEADERS} <host/windows_api.h>)
+  target_include_directories(halvard_agent_headers PRIVATE ${CMAKE_SOURCE_DIR}/src)
 endif()

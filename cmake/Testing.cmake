@@ -10,8 +10,9 @@ if(CMAKE_CROSSCOMPILING)
       ${CMAKE_SOURCE_DIR}/cmake/run-under-wine ${CMAKE_BINARY_DIR}/wine)
 endif()
 
-# The optimizer would take longer over a test than the test runs.
-set(HALVARD_TEST_OPTIONS -O0)
+# The optimizer would take longer over a test than the test runs, and where a test has failed it tells
+# by itself.
+set(HALVARD_TEST_OPTIONS -O0 $<$<CONFIG:RelWithDebInfo>:-g0>)
 set(headers <gmock/gmock.h> <gtest/gtest.h> ${HALVARD_STANDARD_HEADERS} <json/json.h>)
 set(libraries GTest::gmock JsonCpp::JsonCpp)
 halvard_add_headers(test HEADERS ${headers} LIBS ${libraries} OPTIONS ${HALVARD_TEST_OPTIONS})

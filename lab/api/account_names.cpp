@@ -5,6 +5,7 @@
 #include <optional>
 #include <vector>
 
+#include "api/failure.h"
 #include "files/security_ids.h"
 #include "machine/call.h"
 #include "machine/machine.h"
@@ -12,6 +13,8 @@
 #include "windows.h"
 
 namespace {
+
+using Lab::Fail;
 
 struct Named {
   std::wstring domain;
@@ -113,11 +116,6 @@ std::optional<Named> FindBySid(const std::wstring& sid) {
   const auto found = std::ranges::find(all, sid, &Named::sid);
   if (found == all.end()) return std::nullopt;
   return *found;
-}
-
-BOOL Fail(DWORD error) {
-  SetLastError(error);
-  return FALSE;
 }
 
 bool Fits(const std::wstring& text, LPDWORD length) { return *length > text.size(); }

@@ -1,5 +1,6 @@
 // Access checks for identifiers without a logon.
 #include "authz.h"
+#include "api/failure.h"
 
 #include <memory>
 #include <string>
@@ -11,6 +12,8 @@
 #include "winerror.h"
 
 namespace {
+
+using Lab::Fail;
 
 class ResourceManager : public Lab::Object {
  public:
@@ -29,14 +32,9 @@ class ClientContext : public Lab::Object {
   const std::wstring sid_;
 };
 
-BOOL Refuse(DWORD error) {
-  SetLastError(error);
-  return FALSE;
-}
-
 template <typename Kind>
 BOOL Free(HANDLE handle) {
-  if (Lab::Handles().FindAs<Kind>(handle) == nullptr) return Refuse(ERROR_INVALID_PARAMETER);
+  if (Lab::Handles().FindAs<Kind>(handle) == nullptr) return Fail(ERROR_INVALID_PARAMETER);
   Lab::Handles().Close(handle);
   return TRUE;
 }
@@ -80,7 +78,7 @@ BOOL WINAPI AuthzInitializeContextFromSid(DWORD flags, PSID sid,
   LAB_SUPPORTS(dynamicGroupArguments == nullptr && context != nullptr);
   if (Lab::Handles().FindAs<ResourceManager>(manager) == nullptr || sid == nullptr ||
       !Lab::IsValidSid(*static_cast<const SID*>(sid))) {
-    return Refuse(ERROR_INVALID_PARAMETER);
+    return Fail(ERROR_INVALID_PARAMETER);
   }
   *context = Lab::Handles().Add(std::make_shared<ClientContext>(Lab::SidText(sid)));
   return TRUE;
@@ -106,9 +104,9 @@ BOOL WINAPI AuthzAccessCheck(DWORD flags, AUTHZ_CLIENT_CONTEXT_HANDLE context,
   LAB_SUPPORTS(reply != nullptr && reply->ResultListLength == 1);
   LAB_SUPPORTS(reply->GrantedAccessMask != nullptr && reply->Error != nullptr);
   const auto client = Lab::Handles().FindAs<ClientContext>(context);
-  if (client == nullptr || descriptor == nullptr) return Refuse(ERROR_INVALID_PARAMETER);
+  if (client == nullptr || descriptor == nullptr) return Fail(ERROR_INVALID_PARAMETER);
   const Lab::SecurityDescriptor read = Lab::ReadSelfRelative(descriptor);
-  if (read.owner.empty()) return Refuse(ERROR_INVALID_PARAMETER);
+  if (read.owner.empty()) return Fail(ERROR_INVALID_PARAMETER);
   const DWORD granted = Lab::GrantedRights(read, client->Sid());
   *reply->GrantedAccessMask = granted;
   *reply->Error = granted == 0 ? ERROR_ACCESS_DENIED : ERROR_SUCCESS;

@@ -3,12 +3,15 @@
 #include <string>
 #include <string_view>
 
+#include "api/failure.h"
 #include "errhandlingapi.h"
 #include "machine/call.h"
 #include "stringapiset.h"
 #include "winerror.h"
 
 namespace {
+
+using Lab::Fail;
 
 constexpr wchar_t kReplacement = 0xFFFD;
 
@@ -80,11 +83,6 @@ bool NextCharacter(std::string_view& text, wchar_t& character) {
   }
   character = static_cast<wchar_t>(value);
   return true;
-}
-
-int Fail(DWORD error) {
-  SetLastError(error);
-  return 0;
 }
 
 /// Copies the result out, or only counts it when there is no room asked for.

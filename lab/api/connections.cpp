@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "api/socket_calls.h"
 #include "machine/call.h"
 #include "network/peer_address.h"
 #include "network/socket_state.h"
@@ -12,13 +13,8 @@
 
 namespace {
 
-/// \return -1 and SetLastError in one, as most of these functions fail.
-int Fail(DWORD error) {
-  SetLastError(error);
-  return SOCKET_ERROR;
-}
-
-int Descriptor(SOCKET s) { return static_cast<int>(s); }
+using Lab::Descriptor;
+using Lab::FailOnSocket;
 
 /// Windows reports that nobody listens on a port as soon as the other host says so. Here that is
 /// told of a datagram only to who asks for it.
@@ -44,7 +40,8 @@ DWORD ConnectError(int hostError) {
 
 int SetReceiveTimeout(SOCKET s, const char* value, int length) {
   DWORD milliseconds = 0;
-  if (value == nullptr || length < static_cast<int>(sizeof(milliseconds))) return Fail(WSAEFAULT);
+  if (value == nullptr || length < static_cast<int>(sizeof(milliseconds)))
+    return FailOnSocket(WSAEFAULT);
   std::memcpy(&milliseconds, value, sizeof(milliseconds));
   Lab::SetReceiveTimeout(s, milliseconds);
   return 0;
@@ -52,12 +49,12 @@ int SetReceiveTimeout(SOCKET s, const char* value, int length) {
 
 int SetNoDelay(SOCKET s, const char* value, int length) {
   DWORD on = 0;
-  if (value == nullptr || length < static_cast<int>(sizeof(on))) return Fail(WSAEFAULT);
+  if (value == nullptr || length < static_cast<int>(sizeof(on))) return FailOnSocket(WSAEFAULT);
   std::memcpy(&on, value, sizeof(on));
   const int hostValue = on != 0 ? 1 : 0;
   return ::setsockopt(Descriptor(s), IPPROTO_TCP, TCP_NODELAY, &hostValue, sizeof(hostValue)) == 0
              ? 0
-             : Fail(Lab::SocketError(errno));
+             : FailOnSocket(Lab::SocketError(errno));
 }
 
 }  // namespace
@@ -70,9 +67,9 @@ SOCKET WINAPI socket(int family, __socket_type type, int protocol) {
   LAB_SUPPORTS(family == AF_INET || family == AF_INET6);
   LAB_SUPPORTS((type == SOCK_DGRAM && protocol == IPPROTO_UDP) ||
                (type == SOCK_STREAM && protocol == IPPROTO_TCP));
-  if (!Lab::SocketsAreStarted()) return static_cast<SOCKET>(Fail(WSANOTINITIALISED));
+  if (!Lab::SocketsAreStarted()) return static_cast<SOCKET>(FailOnSocket(WSANOTINITIALISED));
   const int descriptor = ::socket(family, type | SOCK_CLOEXEC, protocol);
-  if (descriptor < 0) return static_cast<SOCKET>(Fail(Lab::SocketError(errno)));
+  if (descriptor < 0) return static_cast<SOCKET>(FailOnSocket(Lab::SocketError(errno)));
   if (type == SOCK_DGRAM) AskForUnreachablePorts(descriptor, family);
   return static_cast<SOCKET>(descriptor);
 }
@@ -81,7 +78,7 @@ int WINAPI closesocket(SOCKET s) {
   const Lab::Call call("closesocket");
   if (call.FailsByPlan()) return SOCKET_ERROR;
   Lab::ForgetSocket(s);
-  return close(Descriptor(s)) == 0 ? 0 : Fail(Lab::SocketError(errno));
+  return close(Descriptor(s)) == 0 ? 0 : FailOnSocket(Lab::SocketError(errno));
 }
 
 int WINAPI setsockopt(SOCKET s, int level, int option, const char* value, int length) {
@@ -92,7 +89,7 @@ int WINAPI setsockopt(SOCKET s, int level, int option, const char* value, int le
   int type = 0;
   socklen_t typeLength = sizeof(type);
   if (getsockopt(Descriptor(s), SOL_SOCKET, SO_TYPE, &type, &typeLength) != 0) {
-    return Fail(Lab::SocketError(errno));
+    return FailOnSocket(Lab::SocketError(errno));
   }
   return level == SOL_SOCKET ? SetReceiveTimeout(s, value, length) : SetNoDelay(s, value, length);
 }
@@ -101,8 +98,9 @@ int WINAPI connect(SOCKET s, const sockaddr* to, int length) {
   const Lab::Call call("connect");
   if (call.FailsByPlan()) return SOCKET_ERROR;
   Lab::SocketAddress real;
-  if (const DWORD problem = Lab::FindPeer(to, length, real); problem != 0) return Fail(problem);
-  if (IsNobody(real)) return Fail(WSAEADDRNOTAVAIL);
+  if (const DWORD problem = Lab::FindPeer(to, length, real); problem != 0)
+    return FailOnSocket(problem);
+  if (IsNobody(real)) return FailOnSocket(WSAEADDRNOTAVAIL);
   const int result = ::connect(Descriptor(s), &real.any, real.Length());
-  return result == 0 ? 0 : Fail(ConnectError(errno));
+  return result == 0 ? 0 : FailOnSocket(ConnectError(errno));
 }

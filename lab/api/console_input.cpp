@@ -1,5 +1,6 @@
 // The console's input and its modes.
 #include "console/console_input.h"
+#include "api/failure.h"
 
 #include <unistd.h>
 
@@ -9,13 +10,9 @@
 
 namespace {
 
-constexpr DWORD kModes = ENABLE_PROCESSED_INPUT | ENABLE_LINE_INPUT | ENABLE_ECHO_INPUT;
+using Lab::Answer;
 
-BOOL Answer(DWORD error) {
-  if (error == ERROR_SUCCESS) return TRUE;
-  SetLastError(error);
-  return FALSE;
-}
+constexpr DWORD kModes = ENABLE_PROCESSED_INPUT | ENABLE_LINE_INPUT | ENABLE_ECHO_INPUT;
 
 bool IsInput(const Lab::StandardStream& console) { return console.Descriptor() == STDIN_FILENO; }
 

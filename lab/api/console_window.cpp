@@ -1,6 +1,7 @@
 // The console's window and screen buffer.
 #include <unistd.h>
 
+#include "api/failure.h"
 #include "console/screen.h"
 #include "console/standard_stream.h"
 #include "machine/call.h"
@@ -8,10 +9,7 @@
 
 namespace {
 
-BOOL Fail(DWORD error) {
-  SetLastError(error);
-  return FALSE;
-}
+using Lab::Fail;
 
 }  // namespace
 

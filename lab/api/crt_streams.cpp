@@ -47,7 +47,7 @@ Lab::AccessKinds SharedBy(int share) {
   }
 }
 
-OpenFile::Request RequestOf(const std::string& mode, int share) {
+OpenFile::Request RequestOfMode(const std::string& mode, int share) {
   OpenFile::Request request;
   const bool both = mode.ends_with('+');
   const bool reads = mode[0] == 'r';
@@ -73,16 +73,17 @@ int ErrnoOf(DWORD error) {
   }
 }
 
-std::FILE* Fail(DWORD error) {
+std::FILE* FailWithoutStream(DWORD error) {
   errno = ErrnoOf(error);
   return nullptr;
 }
 
 std::FILE* OpenStream(const wchar_t* name, const std::string& mode, bool text, int share) {
   const Lab::FoundPath found = Lab::FindPath(name);
-  if (found.error != ERROR_SUCCESS && found.error != ERROR_FILE_NOT_FOUND) return Fail(found.error);
-  const OpenFile::Result opened = OpenFile::Open(found.host, RequestOf(mode, share));
-  if (opened.file == nullptr) return Fail(opened.error);
+  if (found.error != ERROR_SUCCESS && found.error != ERROR_FILE_NOT_FOUND)
+    return FailWithoutStream(found.error);
+  const OpenFile::Result opened = OpenFile::Open(found.host, RequestOfMode(mode, share));
+  if (opened.file == nullptr) return FailWithoutStream(opened.error);
   const int descriptor = opened.file->Release();
   if (mode[0] == 'a') fcntl(descriptor, F_SETFL, O_APPEND);
   if (text && mode == "r") return Lab::OpenTextReader(descriptor);
@@ -116,7 +117,7 @@ std::FILE* StandardOutput(int descriptor) {
 std::FILE* _wfsopen(const wchar_t* name, const wchar_t* mode, int share) {
   LAB_SUPPORTS(name != nullptr && mode != nullptr);
   const Lab::Call call("_wfsopen", name);
-  if (call.PlannedError()) return Fail(*call.PlannedError());
+  if (call.PlannedError()) return FailWithoutStream(*call.PlannedError());
   LAB_SUPPORTS(share == _SH_DENYRW || share == _SH_DENYWR || share == _SH_DENYRD ||
                share == _SH_DENYNO);
   const std::string host = HostMode(mode);

@@ -4,6 +4,7 @@
 
 #include <cerrno>
 
+#include "api/socket_calls.h"
 #include "machine/adapters.h"
 #include "machine/call.h"
 #include "machine/machine.h"
@@ -13,13 +14,8 @@
 
 namespace {
 
-/// \return -1 and SetLastError in one, as all but one of these functions fail.
-int Fail(DWORD error) {
-  SetLastError(error);
-  return SOCKET_ERROR;
-}
-
-int Descriptor(SOCKET s) { return static_cast<int>(s); }
+using Lab::Descriptor;
+using Lab::FailOnSocket;
 
 std::uint16_t PortOf(const Lab::SocketAddress& address) {
   return address.any.sa_family == AF_INET ? address.v4.sin_port : address.v6.sin6_port;
@@ -50,8 +46,8 @@ int TakeDatagram(int descriptor, char* buffer, int length) {
   message.msg_iov = &room;
   message.msg_iovlen = 1;
   const ssize_t received = recvmsg(descriptor, &message, 0);
-  if (received < 0) return Fail(Lab::SocketError(errno));
-  if ((message.msg_flags & MSG_TRUNC) != 0) return Fail(WSAEMSGSIZE);
+  if (received < 0) return FailOnSocket(Lab::SocketError(errno));
+  if ((message.msg_flags & MSG_TRUNC) != 0) return FailOnSocket(WSAEMSGSIZE);
   return static_cast<int>(received);
 }
 
@@ -63,10 +59,11 @@ int WINAPI sendto(SOCKET s, const char* bytes, int length, int flags, const sock
   if (call.FailsByPlan()) return SOCKET_ERROR;
   LAB_SUPPORTS(flags == 0 && length >= 0);
   Lab::SocketAddress real;
-  if (const DWORD problem = Lab::FindPeer(to, toLength, real); problem != 0) return Fail(problem);
+  if (const DWORD problem = Lab::FindPeer(to, toLength, real); problem != 0)
+    return FailOnSocket(problem);
   const ssize_t sent = ::sendto(Descriptor(s), static_cast<const void*>(bytes),
                                 static_cast<std::size_t>(length), 0, &real.any, real.Length());
-  return sent < 0 ? Fail(Lab::SocketError(errno)) : static_cast<int>(sent);
+  return sent < 0 ? FailOnSocket(Lab::SocketError(errno)) : static_cast<int>(sent);
 }
 
 int WINAPI recvfrom(SOCKET s, char* buffer, int length, int flags, sockaddr* from,
@@ -76,8 +73,8 @@ int WINAPI recvfrom(SOCKET s, char* buffer, int length, int flags, sockaddr* fro
   // Who sent it would have to be looked up in the address map from its end.
   LAB_SUPPORTS(flags == 0 && length >= 0 && from == nullptr && fromLength == nullptr);
   const int descriptor = Descriptor(s);
-  if (fcntl(descriptor, F_GETFD) < 0) return Fail(WSAENOTSOCK);
-  if (!IsBound(descriptor)) return Fail(WSAEINVAL);
-  if (!WaitForDatagram(descriptor, Lab::ReceiveTimeout(s))) return Fail(WSAETIMEDOUT);
+  if (fcntl(descriptor, F_GETFD) < 0) return FailOnSocket(WSAENOTSOCK);
+  if (!IsBound(descriptor)) return FailOnSocket(WSAEINVAL);
+  if (!WaitForDatagram(descriptor, Lab::ReceiveTimeout(s))) return FailOnSocket(WSAETIMEDOUT);
   return TakeDatagram(descriptor, buffer, length);
 }

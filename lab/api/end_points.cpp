@@ -94,7 +94,7 @@ bool IsBefore(const MIB_UDPROW& a, const MIB_UDPROW& b) {
 
 /// Hands the rows out as a table if there's room for it, and the size that it takes otherwise.
 template <typename Row>
-DWORD HandOut(std::vector<Row> rows, void* table, PULONG bytes, BOOL order) {
+DWORD HandOutRows(std::vector<Row> rows, void* table, PULONG bytes, BOOL order) {
   if (bytes == nullptr) return ERROR_INVALID_PARAMETER;
   if (order != FALSE) {
     std::sort(rows.begin(), rows.end(), [](const Row& a, const Row& b) { return IsBefore(a, b); });
@@ -127,7 +127,7 @@ DWORD WINAPI GetTcpTable(PMIB_TCPTABLE table, PULONG bytes, BOOL order) {
                       row.remoteAddress, NetworkPort(row.remotePort)});
     }
   }
-  return HandOut(std::move(rows), table, bytes, order);
+  return HandOutRows(std::move(rows), table, bytes, order);
 }
 
 DWORD WINAPI GetUdpTable(PMIB_UDPTABLE table, PULONG bytes, BOOL order) {
@@ -140,5 +140,5 @@ DWORD WINAPI GetUdpTable(PMIB_UDPTABLE table, PULONG bytes, BOOL order) {
       rows.push_back({row.localAddress, NetworkPort(row.localPort)});
     }
   }
-  return HandOut(std::move(rows), table, bytes, order);
+  return HandOutRows(std::move(rows), table, bytes, order);
 }

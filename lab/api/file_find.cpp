@@ -1,4 +1,5 @@
 // FindFirstFileW and its kin.
+#include "api/failure.h"
 #include "files/find.h"
 
 #include <filesystem>
@@ -10,12 +11,9 @@
 
 namespace {
 
-namespace fs = std::filesystem;
+using Lab::FailToOpen;
 
-HANDLE Fail(DWORD error) {
-  SetLastError(error);
-  return INVALID_HANDLE_VALUE;
-}
+namespace fs = std::filesystem;
 
 bool IsDriveRoot(const fs::path& place) {
   return place.parent_path() == Lab::TheMachine().Folder();
@@ -41,12 +39,12 @@ HANDLE FindFirstFileW(LPCWSTR pattern, LPWIN32_FIND_DATAW entry) {
   // Without its separator a file in the folder's place is told from a missing one.
   if (folder.size() > 3) folder.pop_back();
   const Lab::FoundPath found = Lab::FindPath(folder);
-  if (found.error == ERROR_FILE_NOT_FOUND) return Fail(ERROR_PATH_NOT_FOUND);
-  if (found.error != ERROR_SUCCESS) return Fail(found.error);
-  if (!fs::is_directory(found.host)) return Fail(ERROR_DIRECTORY);
+  if (found.error == ERROR_FILE_NOT_FOUND) return FailToOpen(ERROR_PATH_NOT_FOUND);
+  if (found.error != ERROR_SUCCESS) return FailToOpen(found.error);
+  if (!fs::is_directory(found.host)) return FailToOpen(ERROR_DIRECTORY);
 
   auto find = std::make_shared<Lab::Find>(found.host, NamesFor(found.host, path.name));
-  if (!find->Next(*entry)) return Fail(ERROR_FILE_NOT_FOUND);
+  if (!find->Next(*entry)) return FailToOpen(ERROR_FILE_NOT_FOUND);
   return Lab::Handles().Add(std::move(find));
 }
 

@@ -4,6 +4,7 @@
 
 #include <cerrno>
 
+#include "api/failure.h"
 #include "console/standard_stream.h"
 #include "files/host_errors.h"
 #include "files/open_file.h"
@@ -12,12 +13,8 @@
 
 namespace {
 
+using Lab::Fail;
 using Lab::OpenFile;
-
-BOOL Fail(DWORD error) {
-  SetLastError(error);
-  return FALSE;
-}
 
 /// One read; what is there will do, as with a pipe.
 BOOL ReadDescriptor(int descriptor, LPVOID buffer, DWORD size, LPDWORD bytesRead) {

@@ -9,12 +9,15 @@
 #include <mutex>
 #include <utility>
 
+#include "api/failure.h"
 #include "files/host_errors.h"
 #include "files/open_file.h"
 #include "machine/call.h"
 #include "windows.h"
 
 namespace {
+
+using Lab::FailWithNull;
 
 constexpr DWORD kInvalidAddress = 487;
 
@@ -88,11 +91,6 @@ class Views {
   std::map<void*, std::shared_ptr<Mapping>> views_;
 };
 
-std::nullptr_t Fail(DWORD error) {
-  SetLastError(error);
-  return nullptr;
-}
-
 }  // namespace
 
 HANDLE CreateFileMappingW(HANDLE file, LPSECURITY_ATTRIBUTES attributes, DWORD protection,
@@ -102,13 +100,13 @@ HANDLE CreateFileMappingW(HANDLE file, LPSECURITY_ATTRIBUTES attributes, DWORD p
   LAB_SUPPORTS(attributes == nullptr && name == nullptr && protection == PAGE_READONLY);
   LAB_SUPPORTS(sizeHigh == 0 && sizeLow == 0);
   // Both values mean memory without a file, which needs a size.
-  if (file == nullptr || file == INVALID_HANDLE_VALUE) return Fail(ERROR_INVALID_PARAMETER);
+  if (file == nullptr || file == INVALID_HANDLE_VALUE) return FailWithNull(ERROR_INVALID_PARAMETER);
   auto open = Lab::Handles().FindAs<Lab::OpenFile>(file);
-  if (open == nullptr) return Fail(ERROR_INVALID_HANDLE);
-  if (!open->Reads()) return Fail(ERROR_ACCESS_DENIED);
+  if (open == nullptr) return FailWithNull(ERROR_INVALID_HANDLE);
+  if (!open->Reads()) return FailWithNull(ERROR_ACCESS_DENIED);
   struct stat status = {};
-  if (fstat(open->Descriptor(), &status) != 0) return Fail(Lab::ErrorOfHost(errno));
-  if (status.st_size == 0) return Fail(ERROR_FILE_INVALID);
+  if (fstat(open->Descriptor(), &status) != 0) return FailWithNull(Lab::ErrorOfHost(errno));
+  if (status.st_size == 0) return FailWithNull(ERROR_FILE_INVALID);
   const auto size = static_cast<std::size_t>(status.st_size);
   const HANDLE handle = Lab::Handles().Add(std::make_shared<Mapping>(std::move(open), size));
   // Success tells, as for other objects that can have a name, that it is a new one.
@@ -121,9 +119,9 @@ LPVOID MapViewOfFile(HANDLE mapping, DWORD access, DWORD offsetHigh, DWORD offse
   if (call.FailsByPlan()) return nullptr;
   LAB_SUPPORTS(access == FILE_MAP_READ && offsetHigh == 0 && offsetLow == 0 && size == 0);
   auto section = Lab::Handles().FindAs<Mapping>(mapping);
-  if (section == nullptr) return Fail(ERROR_INVALID_HANDLE);
+  if (section == nullptr) return FailWithNull(ERROR_INVALID_HANDLE);
   void* const view = section->Map();
-  if (view == nullptr) return Fail(Lab::ErrorOfHost(errno));
+  if (view == nullptr) return FailWithNull(Lab::ErrorOfHost(errno));
   Views::Instance().Add(view, std::move(section));
   return view;
 }

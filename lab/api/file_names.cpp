@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "api/failure.h"
 #include "files/attributes.h"
 #include "files/host_errors.h"
 #include "files/open_file.h"
@@ -22,15 +23,10 @@
 
 namespace {
 
+using Lab::Answer;
+
 namespace fs = std::filesystem;
 using Lab::OpenFile;
-
-/// Answers as functions do that report through the last error.
-BOOL Answer(DWORD error) {
-  if (error == ERROR_SUCCESS) return TRUE;
-  SetLastError(error);
-  return FALSE;
-}
 
 bool EndsInSeparator(std::wstring_view path) {
   return path.ends_with(L'\\') || path.ends_with(L'/');

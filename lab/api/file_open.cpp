@@ -1,4 +1,5 @@
 // CreateFileW and the closing of handles.
+#include "api/failure.h"
 #include "files/find.h"
 #include "files/open_file.h"
 #include "files/rights.h"
@@ -10,6 +11,7 @@
 
 namespace {
 
+using Lab::FailToOpen;
 using Lab::OpenFile;
 
 Lab::AccessKinds KindsOf(DWORD access, DWORD flags) {
@@ -38,11 +40,6 @@ OpenFile::Request RequestOf(DWORD access, DWORD share, const SECURITY_ATTRIBUTES
   return request;
 }
 
-HANDLE Fail(DWORD error) {
-  SetLastError(error);
-  return INVALID_HANDLE_VALUE;
-}
-
 }  // namespace
 
 HANDLE CreateFileW(LPCWSTR name, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES attributes,
@@ -59,10 +56,10 @@ HANDLE CreateFileW(LPCWSTR name, DWORD access, DWORD share, LPSECURITY_ATTRIBUTE
 
   const Lab::FoundPath found = Lab::FindPath(name);
   const bool missing = found.error == ERROR_FILE_NOT_FOUND;
-  if (found.error != ERROR_SUCCESS && !missing) return Fail(found.error);
+  if (found.error != ERROR_SUCCESS && !missing) return FailToOpen(found.error);
   OpenFile::Result opened = OpenFile::Open(
       found.host, RequestOf(access, share, attributes, disposition, flagsAndAttributes));
-  if (opened.file == nullptr) return Fail(opened.error);
+  if (opened.file == nullptr) return FailToOpen(opened.error);
   const bool tells = disposition == CREATE_ALWAYS || disposition == OPEN_ALWAYS;
   SetLastError(tells && opened.existed ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
   return Lab::Handles().Add(std::move(opened.file));

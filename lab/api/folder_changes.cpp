@@ -2,6 +2,7 @@
 #include <memory>
 #include <system_error>
 
+#include "api/failure.h"
 #include "files/folder_watch.h"
 #include "files/host_errors.h"
 #include "files/open_file.h"
@@ -11,12 +12,9 @@
 
 namespace {
 
-constexpr DWORD kSupportedFilter = FILE_NOTIFY_CHANGE_FILE_NAME | FILE_NOTIFY_CHANGE_LAST_WRITE;
+using Lab::Fail;
 
-BOOL Fail(DWORD error) {
-  SetLastError(error);
-  return FALSE;
-}
+constexpr DWORD kSupportedFilter = FILE_NOTIFY_CHANGE_FILE_NAME | FILE_NOTIFY_CHANGE_LAST_WRITE;
 
 /// \return What a folder's handle names; null, with the last error set, for all other handles.
 std::shared_ptr<Lab::OpenFile> FindFolder(HANDLE handle) {

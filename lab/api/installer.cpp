@@ -5,14 +5,15 @@
 
 #include "machine/call.h"
 #include "machine/machine.h"
+#include "machine/text.h"
 #include "msi.h"
 #include "winerror.h"
 
 namespace {
 
-constexpr std::size_t kCodeLength = 38;
+using Lab::TextOrEmpty;
 
-std::wstring_view TextOrEmpty(LPCWSTR text) { return text == nullptr ? L"" : text; }
+constexpr std::size_t kCodeLength = 38;
 
 bool IsHexDigit(wchar_t c) {
   return std::wstring_view(L"0123456789abcdefABCDEF").find(c) != std::wstring_view::npos;
@@ -35,7 +36,7 @@ const Lab::Product* FindProduct(std::wstring_view productCode) {
 
 /// Hands out a property by the installer's own size protocol: lengths are without terminator, and
 /// only a buffer can be too small.
-UINT HandOut(std::wstring_view text, LPWSTR value, LPDWORD valueLength) {
+UINT HandOutProperty(std::wstring_view text, LPWSTR value, LPDWORD valueLength) {
   if (valueLength == nullptr) return value == nullptr ? ERROR_SUCCESS : ERROR_INVALID_PARAMETER;
   const DWORD room = std::exchange(*valueLength, static_cast<DWORD>(text.size()));
   if (value == nullptr) return ERROR_SUCCESS;
@@ -72,5 +73,5 @@ UINT WINAPI MsiGetProductInfoW(LPCWSTR productCode, LPCWSTR property, LPWSTR val
   if (product == nullptr) return ERROR_UNKNOWN_PRODUCT;
   const auto found = product->properties.find(property);
   if (found == product->properties.end()) return ERROR_UNKNOWN_PROPERTY;
-  return HandOut(found->second, value, valueLength);
+  return HandOutProperty(found->second, value, valueLength);
 }

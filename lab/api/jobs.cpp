@@ -4,6 +4,7 @@
 #include <mutex>
 #include <vector>
 
+#include "api/failure.h"
 #include "machine/call.h"
 #include "machine/handles.h"
 #include "process/process_objects.h"
@@ -11,6 +12,8 @@
 #include "windows.h"
 
 namespace {
+
+using Lab::Fail;
 
 /// A job without limits: nothing ever signals it, and its end leaves its processes alone.
 class Job : public Lab::Object {
@@ -35,11 +38,6 @@ class Job : public Lab::Object {
   std::mutex mutex_;
   std::vector<std::shared_ptr<Lab::ChildProcess>> processes_;
 };
-
-BOOL Fail(DWORD error) {
-  SetLastError(error);
-  return FALSE;
-}
 
 }  // namespace
 

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <string>
 
+#include "api/failure.h"
 #include "looked_up_functions.h"
 #include "machine/call.h"
 #include "machine/handles.h"
@@ -12,10 +13,7 @@
 
 namespace {
 
-HMODULE Fail(DWORD error) {
-  SetLastError(error);
-  return nullptr;
-}
+using Lab::FailWithNull;
 
 }  // namespace
 
@@ -23,7 +21,7 @@ HMODULE WINAPI GetModuleHandleW(LPCWSTR name) {
   const Lab::Call call("GetModuleHandleW", name != nullptr ? name : L"");
   if (call.FailsByPlan()) return nullptr;
   if (name == nullptr) return Lab::ProgramModule();
-  if (!Lab::Modules().Snapshot().contains(name)) return Fail(ERROR_MOD_NOT_FOUND);
+  if (!Lab::Modules().Snapshot().contains(name)) return FailWithNull(ERROR_MOD_NOT_FOUND);
   return Lab::Modules().HandleOf(name);
 }
 
@@ -32,7 +30,7 @@ HMODULE WINAPI LoadLibraryW(LPCWSTR name) {
   const Lab::Call call("LoadLibraryW", name);
   if (call.FailsByPlan()) return nullptr;
   // There are no libraries but those that every program is bound to.
-  if (!Lab::Modules().Snapshot().contains(name)) return Fail(ERROR_MOD_NOT_FOUND);
+  if (!Lab::Modules().Snapshot().contains(name)) return FailWithNull(ERROR_MOD_NOT_FOUND);
   Lab::Modules().Load(name);
   return Lab::Modules().HandleOf(name);
 }

@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <string>
 
+#include "api/failure.h"
 #include "files/host_errors.h"
 #include "machine/call.h"
 #include "machine/handles.h"
@@ -16,6 +17,8 @@
 #include "windows.h"
 
 namespace {
+
+using Lab::FailWithNull;
 
 namespace fs = std::filesystem;
 
@@ -67,17 +70,12 @@ class NamesGate {
   const int descriptor_;
 };
 
-HANDLE Fail(DWORD error) {
-  SetLastError(error);
-  return nullptr;
-}
-
 HANDLE OpenNamed(const std::wstring& name) {
   const fs::path folder = Lab::TheMachine().RunFolder();
   const NamesGate gate(folder);
   const int descriptor =
       open((folder / FileNameOf(name)).c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
-  if (descriptor < 0) return Fail(Lab::ErrorOfHost(errno));
+  if (descriptor < 0) return FailWithNull(Lab::ErrorOfHost(errno));
   const bool isNew = flock(descriptor, LOCK_EX | LOCK_NB) == 0;
   flock(descriptor, LOCK_SH);
   const HANDLE handle = Lab::Handles().Add(std::make_shared<Mutex>(descriptor));
@@ -101,7 +99,7 @@ HANDLE CreateMutexW(LPSECURITY_ATTRIBUTES attributes, BOOL initialOwner, LPCWSTR
   if (text.starts_with(kGlobal)) prefix = kGlobal;
   if (text.starts_with(kLocal)) text.remove_prefix(kLocal.size());
   text.remove_prefix(prefix.size());
-  if (text.find(L'\\') != std::wstring_view::npos) return Fail(ERROR_PATH_NOT_FOUND);
-  if (text.size() > MAX_PATH) return Fail(ERROR_FILENAME_EXCED_RANGE);
+  if (text.find(L'\\') != std::wstring_view::npos) return FailWithNull(ERROR_PATH_NOT_FOUND);
+  if (text.size() > MAX_PATH) return FailWithNull(ERROR_FILENAME_EXCED_RANGE);
   return OpenNamed(prefix + std::wstring(text));
 }

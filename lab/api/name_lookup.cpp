@@ -17,19 +17,19 @@ struct Entry {
 };
 
 /// The functions answer the code and leave it as the last error, too.
-INT Fail(std::uint32_t error) {
+INT FailToLookUp(std::uint32_t error) {
   SetLastError(error);
   return static_cast<INT>(error);
 }
 
-bool IsSupported(const ADDRINFOW& hints) {
+bool AreSupported(const ADDRINFOW& hints) {
   return (hints.ai_flags == 0 || hints.ai_flags == AI_NUMERICHOST) &&
          (hints.ai_family == AF_UNSPEC || hints.ai_family == AF_INET ||
           hints.ai_family == AF_INET6) &&
          hints.ai_socktype == 0 && hints.ai_protocol == 0;
 }
 
-PADDRINFOW MakeList(const std::vector<Lab::SocketAddress>& addresses) {
+PADDRINFOW MakeAddressList(const std::vector<Lab::SocketAddress>& addresses) {
   if (addresses.empty()) return nullptr;
   auto* const entries = new Entry[addresses.size()]();
   for (std::size_t i = 0; i < addresses.size(); ++i) {
@@ -48,16 +48,16 @@ PADDRINFOW MakeList(const std::vector<Lab::SocketAddress>& addresses) {
 INT WINAPI GetAddrInfoW(PCWSTR name, PCWSTR service, const ADDRINFOW* hints, PADDRINFOW* list) {
   const Lab::Call call("GetAddrInfoW", name != nullptr ? name : L"");
   LAB_SUPPORTS(service == nullptr && list != nullptr);
-  LAB_SUPPORTS(hints == nullptr || IsSupported(*hints));
+  LAB_SUPPORTS(hints == nullptr || AreSupported(*hints));
   *list = nullptr;
-  if (call.PlannedError()) return Fail(*call.PlannedError());
-  if (!Lab::SocketsAreStarted()) return Fail(WSANOTINITIALISED);
-  if (name == nullptr) return Fail(WSAHOST_NOT_FOUND);
+  if (call.PlannedError()) return FailToLookUp(*call.PlannedError());
+  if (!Lab::SocketsAreStarted()) return FailToLookUp(WSANOTINITIALISED);
+  if (name == nullptr) return FailToLookUp(WSAHOST_NOT_FOUND);
   const int family = hints != nullptr ? hints->ai_family : AF_UNSPEC;
   const bool numericOnly = hints != nullptr && hints->ai_flags == AI_NUMERICHOST;
   const Lab::Resolution found = Lab::ResolveName(name, family, numericOnly);
-  if (found.error != 0) return Fail(found.error);
-  *list = MakeList(found.addresses);
+  if (found.error != 0) return FailToLookUp(found.error);
+  *list = MakeAddressList(found.addresses);
   return 0;
 }
 

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "api/failure.h"
 #include "errhandlingapi.h"
 #include "files/security_ids.h"
 #include "machine/call.h"
@@ -16,15 +17,12 @@
 
 namespace {
 
-BOOL Refuse(DWORD error) {
-  SetLastError(error);
-  return FALSE;
-}
+using Lab::Fail;
 
 /// Puts a block where the caller wants it, if there is room for it.
-BOOL Deliver(const std::vector<std::uint8_t>& block, PVOID buffer, DWORD room, PDWORD needed) {
+BOOL DeliverBlock(const std::vector<std::uint8_t>& block, PVOID buffer, DWORD room, PDWORD needed) {
   *needed = static_cast<DWORD>(block.size());
-  if (room < block.size()) return Refuse(ERROR_INSUFFICIENT_BUFFER);
+  if (room < block.size()) return Fail(ERROR_INSUFFICIENT_BUFFER);
   LAB_SUPPORTS(buffer != nullptr);
   std::memcpy(buffer, block.data(), block.size());
   return TRUE;
@@ -45,11 +43,11 @@ BOOL WINAPI GetFileSecurityW(LPCWSTR name, SECURITY_INFORMATION wanted,
   LAB_SUPPORTS(wanted == (OWNER_SECURITY_INFORMATION | GROUP_SECURITY_INFORMATION |
                           DACL_SECURITY_INFORMATION));
   const Lab::FoundPath found = Lab::FindPath(name);
-  if (found.error != ERROR_SUCCESS) return Refuse(found.error);
+  if (found.error != ERROR_SUCCESS) return Fail(found.error);
   // Files have lists of another kind here, which nobody has asked for yet.
   LAB_SUPPORTS(std::filesystem::is_directory(found.host));
-  return Deliver(Lab::SelfRelativeForm(Lab::RightsOfFolder(Lab::FullPath(name))), descriptor, bytes,
-                 needed);
+  return DeliverBlock(Lab::SelfRelativeForm(Lab::RightsOfFolder(Lab::FullPath(name))), descriptor,
+                      bytes, needed);
 }
 
 BOOL WINAPI CreatePrivateObjectSecurity(PSECURITY_DESCRIPTOR parent, PSECURITY_DESCRIPTOR creator,
@@ -59,8 +57,7 @@ BOOL WINAPI CreatePrivateObjectSecurity(PSECURITY_DESCRIPTOR parent, PSECURITY_D
   if (call.FailsByPlan()) return FALSE;
   LAB_SUPPORTS(parent != nullptr && creator == nullptr && made != nullptr);
   LAB_SUPPORTS(mapping != nullptr && IsMappingOfFiles(*mapping));
-  if (Lab::Handles().FindAs<Lab::ThreadToken>(token) == nullptr)
-    return Refuse(ERROR_INVALID_HANDLE);
+  if (Lab::Handles().FindAs<Lab::ThreadToken>(token) == nullptr) return Fail(ERROR_INVALID_HANDLE);
   const std::vector<std::uint8_t> block = Lab::SelfRelativeForm(Lab::DescriptorOfNewObject(
       Lab::ReadSelfRelative(parent), Lab::CreationByUser(isContainer != FALSE)));
   *made = ::operator new(block.size());
@@ -81,7 +78,7 @@ BOOL WINAPI CreateWellKnownSid(WELL_KNOWN_SID_TYPE type, PSID domain, PSID sid, 
   const Lab::Call call("CreateWellKnownSid");
   if (call.FailsByPlan()) return FALSE;
   LAB_SUPPORTS(type == WinBuiltinAdministratorsSid && domain == nullptr && bytes != nullptr);
-  return Deliver(Lab::SidFromText(Lab::kAdministratorsGroup), sid, *bytes, bytes);
+  return DeliverBlock(Lab::SidFromText(Lab::kAdministratorsGroup), sid, *bytes, bytes);
 }
 
 BOOL WINAPI AreAllAccessesGranted(DWORD granted, DWORD wanted) {

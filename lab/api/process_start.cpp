@@ -3,6 +3,7 @@
 #include <string>
 #include <string_view>
 
+#include "api/failure.h"
 #include "files/host_errors.h"
 #include "machine/call.h"
 #include "machine/machine.h"
@@ -16,16 +17,13 @@
 
 namespace {
 
+using Lab::Fail;
+
 /// A new console that is hidden, and the flags that the agent always passes.
 constexpr DWORD kSupportedFlags =
     CREATE_SUSPENDED | CREATE_NEW_CONSOLE | CREATE_UNICODE_ENVIRONMENT | CREATE_BREAKAWAY_FROM_JOB;
 
 constexpr std::size_t kLongestCommandLine = 32767;
-
-BOOL Fail(DWORD error) {
-  SetLastError(error);
-  return FALSE;
-}
 
 /// \return The variables of a block, "NAME=value" each, and with them the one by which programs of
 ///         the lab find their machine: no block has it, since no Windows knows it.

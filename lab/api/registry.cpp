@@ -10,11 +10,13 @@
 #include "machine/call.h"
 #include "machine/handles.h"
 #include "machine/machine.h"
+#include "machine/text.h"
 #include "winerror.h"
 
 namespace {
 
 using Lab::RegistryValue;
+using Lab::TextOrEmpty;
 
 /// An open key. Opened for setting values, it can't be read.
 class KeyObject : public Lab::Object {
@@ -26,8 +28,6 @@ class KeyObject : public Lab::Object {
  private:
   const std::wstring path_;
 };
-
-std::wstring_view TextOrEmpty(LPCWSTR text) { return text == nullptr ? L"" : text; }
 
 /// \return The path of the key below an open key or a hive; empty when \p key is neither.
 std::wstring FullKeyPath(HKEY key, LPCWSTR subKey) {
@@ -64,7 +64,7 @@ StoredBytes Bytes(const RegistryValue& value, const std::wstring& text) {
 }
 
 /// Hands out the bytes if there's room for them, and their number in any case.
-LSTATUS HandOut(const StoredBytes& stored, PVOID data, LPDWORD dataBytes) {
+LSTATUS HandOutBytes(const StoredBytes& stored, PVOID data, LPDWORD dataBytes) {
   if (dataBytes == nullptr) return ERROR_SUCCESS;
   const DWORD room = std::exchange(*dataBytes, stored.bytes);
   if (data == nullptr) return ERROR_SUCCESS;
@@ -105,7 +105,7 @@ LSTATUS WINAPI RegGetValueW(HKEY key, LPCWSTR subKey, LPCWSTR value, DWORD flags
   if (type != nullptr) *type = found ? found->type : REG_NONE;
   if (!found) return ERROR_FILE_NOT_FOUND;
   const std::wstring text = Terminated(*found);
-  const LSTATUS result = HandOut(Bytes(*found, text), data, dataBytes);
+  const LSTATUS result = HandOutBytes(Bytes(*found, text), data, dataBytes);
   // The type is tested before the room, but the data goes out all the same.
   return found->type == REG_SZ ? result : ERROR_UNSUPPORTED_TYPE;
 }

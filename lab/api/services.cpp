@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 
+#include "api/failure.h"
 #include "machine/call.h"
 #include "machine/handles.h"
 #include "machine/machine.h"
@@ -11,6 +12,8 @@
 
 namespace {
 
+using Lab::Fail;
+
 constexpr DWORD kSupportedRights =
     SERVICE_QUERY_CONFIG | SERVICE_QUERY_STATUS | SERVICE_ENUMERATE_DEPENDENTS | SERVICE_START;
 
@@ -18,11 +21,6 @@ constexpr DWORD kDriver = 0x1;
 constexpr DWORD kOwnProcess = 0x10;
 constexpr DWORD kNormalErrors = 1;
 constexpr DWORD kDisabled = 4;
-
-BOOL Fail(DWORD error) {
-  SetLastError(error);
-  return FALSE;
-}
 
 SC_HANDLE AddHandle(std::shared_ptr<Lab::Object> object) {
   return static_cast<SC_HANDLE>(Lab::Handles().Add(std::move(object)));

@@ -9,6 +9,7 @@
 
 #include <unistd.h>
 
+#include "api/failure.h"
 #include "machine/call.h"
 #include "machine/handles.h"
 #include "machine/machine.h"
@@ -20,6 +21,8 @@
 #include "tlhelp32.h"
 
 namespace {
+
+using Lab::Fail;
 
 /// A thread of the system itself: a snapshot is of all processes.
 constexpr DWORD kSystemProcess = 4;
@@ -71,11 +74,6 @@ std::vector<MODULEENTRY32W> TakeModules() {
     modules.push_back(ModuleEntry(L"C:\\Windows\\system32\\" + name, count));
   }
   return modules;
-}
-
-BOOL Fail(DWORD error) {
-  SetLastError(error);
-  return FALSE;
 }
 
 /// Hands out the entry at \p next. The caller says by a size that it knows the structure.

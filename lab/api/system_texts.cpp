@@ -4,10 +4,13 @@
 #include <string>
 #include <string_view>
 
+#include "api/failure.h"
 #include "machine/call.h"
 #include "windows.h"
 
 namespace {
+
+using Lab::Fail;
 
 struct SystemText {
   DWORD code;
@@ -24,11 +27,6 @@ constexpr SystemText kTexts[] = {
     {ERROR_GEN_FAILURE, L"A device attached to the system is not functioning."},
     {ERROR_INVALID_PARAMETER, L"The parameter is incorrect."},
 };
-
-DWORD Fail(DWORD error) {
-  SetLastError(error);
-  return 0;
-}
 
 }  // namespace
 

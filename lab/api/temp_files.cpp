@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string>
 
+#include "api/failure.h"
 #include "files/find.h"
 #include "files/open_file.h"
 #include "files/rights.h"
@@ -12,6 +13,8 @@
 #include "windows.h"
 
 namespace {
+
+using Lab::Fail;
 
 // Longer folders leave no room for a name in MAX_PATH characters.
 constexpr std::size_t kLongestFolder = 246;
@@ -34,11 +37,6 @@ std::wstring TempName(std::wstring_view prefix, std::uint16_t number) {
   wchar_t digits[8] = {};
   std::swprintf(digits, std::size(digits), L"%X", unsigned{number});
   return std::wstring(prefix.substr(0, 3)) + digits + L".tmp";
-}
-
-UINT Fail(DWORD error) {
-  SetLastError(error);
-  return 0;
 }
 
 /// Makes an empty file with the first free name from \p number on.

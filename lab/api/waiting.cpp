@@ -70,7 +70,7 @@ DWORD Wait(const Objects& objects, bool all, DWORD milliseconds) {
   }
 }
 
-DWORD Fail(DWORD error) {
+DWORD FailToWait(DWORD error) {
   SetLastError(error);
   return WAIT_FAILED;
 }
@@ -83,7 +83,7 @@ std::optional<DWORD> PlannedResult(const Lab::Call& call) {
   const bool isAbandoned =
       *planned >= WAIT_ABANDONED_0 && *planned < WAIT_ABANDONED_0 + MAXIMUM_WAIT_OBJECTS;
   if (isAbandoned || *planned == WAIT_IO_COMPLETION || *planned == WAIT_TIMEOUT) return planned;
-  return Fail(*planned);
+  return FailToWait(*planned);
 }
 
 bool HasDuplicates(const HANDLE* handles, DWORD count) {
@@ -93,13 +93,13 @@ bool HasDuplicates(const HANDLE* handles, DWORD count) {
 }
 
 DWORD WaitForHandles(DWORD count, const HANDLE* handles, BOOL all, DWORD milliseconds) {
-  if (count == 0 || count > MAXIMUM_WAIT_OBJECTS) return Fail(ERROR_INVALID_PARAMETER);
+  if (count == 0 || count > MAXIMUM_WAIT_OBJECTS) return FailToWait(ERROR_INVALID_PARAMETER);
   LAB_SUPPORTS(handles != nullptr);
-  if (all != FALSE && HasDuplicates(handles, count)) return Fail(ERROR_INVALID_PARAMETER);
+  if (all != FALSE && HasDuplicates(handles, count)) return FailToWait(ERROR_INVALID_PARAMETER);
   Objects objects;
   for (DWORD i = 0; i < count; ++i) {
     objects.push_back(Lab::Handles().Find(handles[i]));
-    if (objects.back() == nullptr) return Fail(ERROR_INVALID_HANDLE);
+    if (objects.back() == nullptr) return FailToWait(ERROR_INVALID_HANDLE);
     LAB_SUPPORTS(objects.back()->WaitDescriptor() >= 0);
   }
   return Wait(objects, all != FALSE, milliseconds);
@@ -124,7 +124,7 @@ DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds) {
   const Lab::Call call("WaitForSingleObject");
   if (const auto planned = PlannedResult(call)) return *planned;
   const std::shared_ptr<Lab::Object> object = Lab::Handles().Find(handle);
-  if (object == nullptr) return Fail(ERROR_INVALID_HANDLE);
+  if (object == nullptr) return FailToWait(ERROR_INVALID_HANDLE);
   LAB_SUPPORTS(object->WaitDescriptor() >= 0);
   return Wait({object}, false, milliseconds);
 }

@@ -31,7 +31,7 @@ void OnSignal(int number) {
   errno = savedErrno;
 }
 
-DWORD TypeOf(int number) {
+DWORD ControlTypeOf(int number) {
   switch (number) {
     case SIGINT:
       return CTRL_C_EVENT;
@@ -71,7 +71,7 @@ ControlEvents::ControlEvents() {
     unsigned char number = 0;
     while (read(gPipe[0], &number, 1) == 1 || errno == EINTR) {
       // A slow handler doesn't hold up the next event.
-      std::thread([this, type = TypeOf(number)] { Handle(type); }).detach();
+      std::thread([this, type = ControlTypeOf(number)] { Handle(type); }).detach();
     }
   }).detach();
 }

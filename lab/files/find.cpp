@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "files/attributes.h"
+#include "machine/clock.h"
 #include "machine/text.h"
 #include "winnt.h"
 
@@ -13,9 +14,6 @@ namespace Lab {
 namespace {
 
 namespace fs = std::filesystem;
-
-/// From the first day of 1601 to that of 1970, in steps of 100 ns.
-constexpr std::uint64_t kUnixEpoch = 116'444'736'000'000'000;
 
 FILETIME FileTime(const timespec& time) {
   const std::uint64_t steps = kUnixEpoch + static_cast<std::uint64_t>(time.tv_sec) * 10'000'000 +

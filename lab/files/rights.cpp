@@ -19,7 +19,7 @@ constexpr char kAttribute[] = "user.lab.accesslist";
 constexpr DWORD kFullAccess = 0x1F01FF;
 
 /// \return The identifier, or the two letters that stand for it.
-std::string Trustee(const std::wstring& sid) {
+std::string TrusteeOf(const std::wstring& sid) {
   if (sid == L"S-1-5-32-544") return "BA";
   if (sid == L"S-1-5-18") return "SY";
   return ToUtf8(sid);
@@ -34,7 +34,8 @@ std::string Rights(DWORD mask) {
 }
 
 std::string InheritedEntries() {
-  return "(A;ID;FA;;;SY)(A;ID;FA;;;BA)(A;ID;FA;;;" + Trustee(TheMachine().Describe().userSid) + ")";
+  return "(A;ID;FA;;;SY)(A;ID;FA;;;BA)(A;ID;FA;;;" + TrusteeOf(TheMachine().Describe().userSid) +
+         ")";
 }
 
 std::string EntriesOf(const BYTE* list) {
@@ -46,7 +47,7 @@ std::string EntriesOf(const BYTE* list) {
   std::memcpy(&entry, list + sizeof head, offsetof(ACCESS_ALLOWED_ACE, SidStart));
   LAB_SUPPORTS(entry.Header.AceType == ACCESS_ALLOWED_ACE_TYPE && entry.Header.AceFlags == 0);
   const BYTE* const sid = list + sizeof head + offsetof(ACCESS_ALLOWED_ACE, SidStart);
-  return "(A;;" + Rights(entry.Mask) + ";;;" + Trustee(SidText(sid)) + ")";
+  return "(A;;" + Rights(entry.Mask) + ";;;" + TrusteeOf(SidText(sid)) + ")";
 }
 
 }  // namespace

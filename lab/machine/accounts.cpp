@@ -4,6 +4,7 @@
 #include <map>
 #include <utility>
 
+#include "machine/json_text.h"
 #include "machine/text.h"
 #include "winerror.h"
 
@@ -12,8 +13,6 @@ namespace {
 
 /// Accounts that people make are counted from here.
 constexpr std::size_t kFirstAccountNumber = 1001;
-
-std::wstring Wide(const Json::Value& text) { return ToWide(text.asString()); }
 
 std::uint32_t RefusalOfAccount(const std::string& state) {
   static const std::map<std::string, std::uint32_t> kRefusals = {
@@ -38,7 +37,7 @@ std::uint32_t RefusalOfDomain(const std::string& state) {
 
 std::optional<DomainController> ReadController(const Json::Value& controller) {
   if (controller.isNull()) return std::nullopt;
-  return DomainController{Wide(controller["name"]), Wide(controller["address"])};
+  return DomainController{WideText(controller["name"]), WideText(controller["address"])};
 }
 
 }  // namespace
@@ -65,12 +64,13 @@ std::vector<Account> ReadAccounts(const Json::Value& accounts, const std::wstrin
     const std::size_t backslash = fullName.find('\\');
     const Json::Value& description = accounts[fullName];
     Account account{ToWide(fullName.substr(0, backslash)), ToWide(fullName.substr(backslash + 1)),
-                    Wide(description["password"]),
+                    WideText(description["password"]),
                     RefusalOfAccount(description.get("state", "usable").asString())};
-    for (const Json::Value& group : description["groups"]) account.groups.push_back(Wide(group));
+    for (const Json::Value& group : description["groups"])
+      account.groups.push_back(WideText(group));
     account.mayLogOnAsService = description.get("serviceLogon", false).asBool();
     if (description.isMember("sid")) {
-      account.sid = Wide(description["sid"]);
+      account.sid = WideText(description["sid"]);
     } else if (EqualNoCase(ToWide(fullName), userName)) {
       account.sid = userSid;
     } else {
@@ -86,7 +86,7 @@ std::vector<Account> ReadAccounts(const Json::Value& accounts, const std::wstrin
 
 std::optional<Domain> ReadDomain(const Json::Value& domain) {
   if (domain.isNull()) return std::nullopt;
-  return Domain{Wide(domain["name"]), Wide(domain["netbiosName"]),
+  return Domain{WideText(domain["name"]), WideText(domain["netbiosName"]),
                 RefusalOfDomain(domain.get("trust", "whole").asString()),
                 ReadController(domain["controller"]), domain.get("answersAfter", 0).asUInt()};
 }

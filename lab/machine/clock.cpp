@@ -13,9 +13,6 @@ namespace {
 using std::chrono::steady_clock;
 using std::chrono::system_clock;
 
-/// From the first day of 1601 to that of 1970, in steps of 100 ns.
-constexpr std::uint64_t kUnixEpoch = 116'444'736'000'000'000;
-
 double HostMilliseconds() {
   // Since the host's start: the same for all processes of an instance.
   return std::chrono::duration<double, std::milli>(steady_clock::now().time_since_epoch()).count();

@@ -8,6 +8,9 @@
 
 namespace Lab {
 
+/// From the first day of 1601 to that of 1970, in steps of 100 ns.
+inline constexpr std::uint64_t kUnixEpoch = 116'444'736'000'000'000;
+
 /// All times are those of the machine, in milliseconds unless told. With a speed of 100 a sleep of
 /// 10,000 ms is over after 100 ms of the host. Safe under threads.
 class Clock {

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <fstream>
 
+#include "machine/json_text.h"
 #include "machine/schema_check.h"
 
 namespace Lab {
@@ -14,37 +15,35 @@ namespace {
 
 constexpr std::wstring_view kAdministrators = L"S-1-5-32-544";
 
-std::wstring Wide(const Json::Value& text) { return ToWide(text.asString()); }
-
 void AddVariables(const Json::Value& variables, Variables& all) {
   for (const std::string& name : variables.getMemberNames()) {
-    all[ToWide(name)] = Wide(variables[name]);
+    all[ToWide(name)] = WideText(variables[name]);
   }
 }
 
 /// A machine that has joined a domain bears the domain's name behind its own unless told otherwise.
 std::wstring FullName(const Json::Value& computer, const Description& description) {
-  if (computer.isMember("fullName")) return Wide(computer["fullName"]);
+  if (computer.isMember("fullName")) return WideText(computer["fullName"]);
   if (!description.domain) return description.computerName;
   return description.computerName + L"." + description.domain->name;
 }
 
 void ReadUser(const Json::Value& user, Description& description) {
-  description.userName = Wide(user["name"]);
-  description.userSid = Wide(user["sid"]);
-  description.defaultOwner = Wide(user["defaultOwner"]);
+  description.userName = WideText(user["name"]);
+  description.userSid = WideText(user["sid"]);
+  description.defaultOwner = WideText(user["defaultOwner"]);
   const bool elevated = user.get("elevated", true).asBool();
   for (const Json::Value& sid : user["groups"]) {
-    description.groups.push_back({Wide(sid), !elevated && Wide(sid) == kAdministrators});
+    description.groups.push_back({WideText(sid), !elevated && WideText(sid) == kAdministrators});
   }
 }
 
 void ReadProgram(const Json::Value& program, Description& description) {
-  description.programPath = Wide(program["path"]);
+  description.programPath = WideText(program["path"]);
   const std::wstring& path = description.programPath;
   const std::size_t end = path.rfind(L'\\');
   description.currentDirectory = program.isMember("currentDirectory")
-                                     ? Wide(program["currentDirectory"])
+                                     ? WideText(program["currentDirectory"])
                                      : path.substr(0, end == 2 ? 3 : end);
 }
 
@@ -60,10 +59,10 @@ void ReadEnvironment(const Json::Value& environment, Description& description) {
 
 void ReadProducts(const Json::Value& products, Description& description) {
   for (const std::string& code : products.getMemberNames()) {
-    Product product{ToWide(code), Wide(products[code]["upgradeCode"]), {}};
+    Product product{ToWide(code), WideText(products[code]["upgradeCode"]), {}};
     const Json::Value& properties = products[code]["properties"];
     for (const std::string& name : properties.getMemberNames()) {
-      product.properties[ToWide(name)] = Wide(properties[name]);
+      product.properties[ToWide(name)] = WideText(properties[name]);
     }
     description.products.push_back(std::move(product));
   }
@@ -168,7 +167,7 @@ Description ParseDescription(const Json::Value& document, const std::filesystem:
                        ": /base: expected none in an instance; lab-machine start makes one");
   }
   Description description;
-  description.computerName = Wide(document["computer"]["name"]);
+  description.computerName = WideText(document["computer"]["name"]);
   description.uiLanguage =
       static_cast<std::uint16_t>(document["computer"].get("uiLanguage", 1033).asUInt());
   description.sessionId = document["computer"].get("session", 1).asUInt();
@@ -186,7 +185,7 @@ Description ParseDescription(const Json::Value& document, const std::filesystem:
     description.programs[ToWide(name)] = document["programs"][name].asString();
   }
   for (const std::string& name : document["knownFolders"].getMemberNames()) {
-    description.knownFolders[name] = Wide(document["knownFolders"][name]);
+    description.knownFolders[name] = WideText(document["knownFolders"][name]);
   }
   ReadProducts(document["products"], description);
   description.installerBusy = document["installer"].get("busy", false).asBool();

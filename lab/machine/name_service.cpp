@@ -42,8 +42,8 @@ void ReadData(const Json::Value& entry, const std::string& place, DnsRecord& rec
   }
 }
 
-DnsName::Record ReadRecord(const Json::Value& entry, const std::wstring& name,
-                           const std::string& place) {
+DnsName::Record ReadNameRecord(const Json::Value& entry, const std::wstring& name,
+                               const std::string& place) {
   constexpr unsigned kUsualLifetime = 3600;
   DnsName::Record read;
   read.record.name = name;
@@ -75,7 +75,7 @@ DnsName ReadName(const Json::Value& value, const std::wstring& name, const std::
     return read;
   }
   for (Json::ArrayIndex i = 0; i < value.size(); ++i) {
-    read.records.push_back(ReadRecord(value[i], name, place + "/" + std::to_string(i)));
+    read.records.push_back(ReadNameRecord(value[i], name, place + "/" + std::to_string(i)));
   }
   return read;
 }

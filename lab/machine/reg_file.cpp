@@ -10,8 +10,6 @@
 namespace Lab {
 namespace {
 
-constexpr std::uint32_t kSz = 1, kBinary = 3, kDword = 4;
-
 [[noreturn]] void Fail(std::size_t line, const std::string& expected) {
   throw RegFileError("line " + std::to_string(line) + ": expected " + expected);
 }
@@ -44,7 +42,7 @@ unsigned long ParseHex(std::wstring_view digits, std::size_t most, std::size_t l
 
 /// Reads what stands behind "hex:" or "hex(7):".
 RegistryValue ParseHexValue(std::wstring_view data, std::size_t line) {
-  RegistryValue value{.type = kBinary};
+  RegistryValue value{.type = RegistryValue::kBinary};
   if (data.starts_with(L"(")) {
     const std::size_t end = data.find(L')');
     if (end == std::wstring_view::npos) Fail(line, "the number of a type in brackets");
@@ -68,13 +66,13 @@ RegistryValue ParseHexValue(std::wstring_view data, std::size_t line) {
 
 RegistryValue ParseValue(std::wstring_view data, std::size_t line) {
   if (data.starts_with(L"\"")) {
-    RegistryValue value{.type = kSz, .text = TakeQuoted(data, line) + L'\0'};
+    RegistryValue value{.type = RegistryValue::kSz, .text = TakeQuoted(data, line) + L'\0'};
     if (!data.empty()) Fail(line, "nothing behind the text");
     return value;
   }
   if (data.starts_with(L"dword:")) {
     const unsigned long number = ParseHex(data.substr(6), 8, line);
-    RegistryValue value{.type = kDword};
+    RegistryValue value{.type = RegistryValue::kDword};
     for (int i = 0; i < 4; ++i) {
       value.bytes.push_back(static_cast<std::uint8_t>((number >> (8 * i)) & 0xFF));
     }

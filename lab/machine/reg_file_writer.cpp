@@ -7,8 +7,6 @@
 namespace Lab {
 namespace {
 
-constexpr std::uint32_t kSz = 1;
-
 std::string Quote(std::wstring_view text) {
   std::string quoted = "\"";
   for (const char c : ToUtf8(text)) {
@@ -21,7 +19,8 @@ std::string Quote(std::wstring_view text) {
 /// The plain form holds a terminated text of one line and whole characters; all else goes out as
 /// bytes.
 bool FitsInQuotes(const RegistryValue& value) {
-  if (value.type != kSz || value.text.empty() || value.text.find(L'\0') != value.text.size() - 1)
+  if (value.type != RegistryValue::kSz || value.text.empty() ||
+      value.text.find(L'\0') != value.text.size() - 1)
     return false;
   for (const wchar_t c : value.text) {
     if (c == L'\r' || c == L'\n' || (c >= 0xD800 && c <= 0xDFFF)) return false;

@@ -42,10 +42,7 @@ std::string ReadWhole(const std::filesystem::path& file) {
 
 }  // namespace
 
-bool RegistryValue::IsText() const {
-  constexpr std::uint32_t kSz = 1, kExpandSz = 2, kMultiSz = 7;
-  return type == kSz || type == kExpandSz || type == kMultiSz;
-}
+bool RegistryValue::IsText() const { return type == kSz || type == kExpandSz || type == kMultiSz; }
 
 Registry::Registry(std::filesystem::path file) : file_(std::move(file)) { Refresh(); }
 

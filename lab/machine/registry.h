@@ -19,6 +19,8 @@ namespace Lab {
 
 /// A value of a key. Text types keep their characters, others their bytes.
 struct RegistryValue {
+  static constexpr std::uint32_t kSz = 1, kExpandSz = 2, kBinary = 3, kDword = 4, kMultiSz = 7;
+
   std::uint32_t type = 0;  ///< REG_SZ and so on.
   /// For REG_SZ, REG_EXPAND_SZ and REG_MULTI_SZ: the characters as stored, terminators included
   /// where they were given.

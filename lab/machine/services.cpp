@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <utility>
 
+#include "machine/json_text.h"
+
 namespace Lab {
 namespace {
-
-std::wstring Wide(const Json::Value& text) { return ToWide(text.asString()); }
 
 using NamedState = std::pair<const char*, ServiceState>;
 constexpr NamedState kStates[] = {{"stopped", ServiceState::kStopped},
@@ -54,10 +54,10 @@ Services ReadServices(const Json::Value& services) {
   for (const std::string& name : services.getMemberNames()) {
     const Json::Value& description = services[name];
     Service service;
-    service.displayName = Wide(description.get("displayName", name));
-    service.program = Wide(description["program"]);
+    service.displayName = WideText(description.get("displayName", name));
+    service.program = WideText(description["program"]);
     if (!description.get("driver", false).asBool()) {
-      service.account = Wide(description.get("account", "LocalSystem"));
+      service.account = WideText(description.get("account", "LocalSystem"));
     }
     service.startType = StartType(description.get("startType", "automatic").asString());
     service.state = *ServiceStateNamed(description.get("state", "running").asString());

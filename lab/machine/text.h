@@ -19,6 +19,9 @@ std::wstring FoldCase(std::wstring_view text);
 /// \return True when the two name the same thing on a machine that ignores case.
 bool EqualNoCase(std::wstring_view left, std::wstring_view right);
 
+/// \return The text, which is empty for a null pointer.
+inline std::wstring_view TextOrEmpty(const wchar_t* text) { return text == nullptr ? L"" : text; }
+
 /// Order of names on a machine that ignores case, for maps.
 struct LessNoCase {
   using is_transparent = void;

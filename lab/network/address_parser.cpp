@@ -38,7 +38,7 @@ Number TakeNumber(const wchar_t*& at, unsigned base) {
 }
 
 /// Takes the mark of a base. \return The base; nothing for one that the strict form hasn't.
-std::optional<unsigned> TakeBase(const wchar_t*& at, bool strict) {
+std::optional<unsigned> TakeNumberBase(const wchar_t*& at, bool strict) {
   constexpr unsigned kOctal = 8, kDecimal = 10, kHexadecimal = 16;
   unsigned base = kDecimal;
   if (*at == L'0' && (at[1] == L'x' || at[1] == L'X')) {
@@ -202,7 +202,7 @@ AddressParse ParseIpv4Text(const wchar_t* text, bool strict, in_addr& address) {
   std::size_t count = 0;
   const wchar_t* at = text;
   while (true) {
-    const std::optional<unsigned> base = TakeBase(at, strict);
+    const std::optional<unsigned> base = TakeNumberBase(at, strict);
     if (!base) return {false, at};
     const Number number = TakeNumber(at, *base);
     if (number.digits == 0) return {false, at};

@@ -9,12 +9,12 @@
 namespace Lab {
 namespace {
 
-constexpr std::size_t kGroups = 8;
-using Groups = std::array<std::uint16_t, kGroups>;
+constexpr std::size_t kGroupCount = 8;
+using Groups = std::array<std::uint16_t, kGroupCount>;
 
 Groups GroupsOf(const in6_addr& address) {
   Groups groups{};
-  for (std::size_t i = 0; i < kGroups; ++i) {
+  for (std::size_t i = 0; i < kGroupCount; ++i) {
     groups[i] =
         static_cast<std::uint16_t>(address.s6_addr[2 * i] << 8 | address.s6_addr[2 * i + 1]);
   }
@@ -64,10 +64,10 @@ std::string DottedEnd(const in6_addr& address) {
   return inet_ntop(AF_INET, &last, text, sizeof(text));
 }
 
-std::string Ipv6Text(const in6_addr& address) {
+std::string TextOfIpv6(const in6_addr& address) {
   const Groups groups = GroupsOf(address);
   const bool dotted = EndsDotted(groups);
-  const std::size_t count = dotted ? kGroups - 2 : kGroups;
+  const std::size_t count = dotted ? kGroupCount - 2 : kGroupCount;
   const Run zeros = LongestZeros(groups, count);
   std::string text;
   for (std::size_t i = 0; i < count; ++i) {
@@ -93,7 +93,7 @@ std::string AddressText(const sockaddr* address) {
     return inet_ntop(AF_INET, &v4->sin_addr, text, sizeof(text));
   }
   const auto* const v6 = reinterpret_cast<const sockaddr_in6*>(address);
-  std::string text = Ipv6Text(v6->sin6_addr);
+  std::string text = TextOfIpv6(v6->sin6_addr);
   if (v6->sin6_scope_id != 0) text += "%" + std::to_string(v6->sin6_scope_id);
   return text;
 }

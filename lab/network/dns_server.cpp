@@ -17,12 +17,12 @@ constexpr std::uint32_t kFirstServerCode = 9000;
 /// \return The reply's bytes; none when no server gave any. A refusal is a reply.
 std::vector<unsigned char> Ask(ResolverState& servers, const std::string& name,
                                std::uint16_t type) {
-  constexpr double kPatience = 12.0;  // Seconds of the machine.
+  constexpr double kSeconds = 12.0;  // Of the machine.
   const res_state state = servers.Get();
   state->options = RES_INIT | RES_RECURSE;
   state->retry = 2;
   const double speed = TheMachine().Describe().clock.speed;
-  state->retrans = std::max(1, static_cast<int>(kPatience / speed / state->retry));
+  state->retrans = std::max(1, static_cast<int>(kSeconds / speed / state->retry));
   std::vector<unsigned char> question(NS_PACKETSZ);
   const int length = res_nmkquery(state, ns_o_query, name.c_str(), ns_c_in, type, nullptr, 0,
                                   nullptr, question.data(), static_cast<int>(question.size()));
@@ -50,7 +50,7 @@ std::wstring Expanded(const ns_msg& message, const unsigned char* at) {
 }
 
 /// \return False for an address of a length that none has.
-bool ReadRecord(const ns_msg& message, ns_sect section, const ns_rr& from, DnsRecord& record) {
+bool ReadAnswer(const ns_msg& message, ns_sect section, const ns_rr& from, DnsRecord& record) {
   record.name = ToWide(ns_rr_name(from));
   record.type = static_cast<std::uint16_t>(ns_rr_type(from));
   record.section = section;
@@ -71,7 +71,7 @@ bool ReadRecords(ns_msg& message, std::vector<DnsRecord>& records) {
       ns_rr from;
       DnsRecord record;
       if (ns_parserr(&message, section, i, &from) != 0 ||
-          !ReadRecord(message, section, from, record)) {
+          !ReadAnswer(message, section, from, record)) {
         return false;
       }
       records.push_back(std::move(record));

@@ -27,7 +27,7 @@ bool IsWireless(const std::string& link) {
   return std::filesystem::exists("/sys/class/net/" + link + "/wireless");
 }
 
-std::uint32_t TypeOf(const HostLink& link) {
+std::uint32_t LinkType(const HostLink& link) {
   switch (link.type) {
     case ARPHRD_ETHER:
       return IsWireless(link.name) ? kWireless : kEthernet;
@@ -58,7 +58,7 @@ std::uint32_t TypeOf(const HostLink& link) {
 /// \return Empty for a link whose address isn't one of hardware.
 std::string MacOf(const HostLink& link) {
   constexpr std::size_t kLongest = 8;
-  const std::uint32_t type = TypeOf(link);
+  const std::uint32_t type = LinkType(link);
   const bool isHardware =
       type == kEthernet || type == kWireless || type == kTokenRing || type == kFireWire;
   return isHardware && link.address.size() <= kLongest ? link.address : std::string();
@@ -114,7 +114,7 @@ void Add(const HostAddress& from, Adapter& adapter) {
 Adapter AdapterOf(const HostLink& link) {
   Adapter adapter;
   adapter.index = link.index;
-  adapter.type = TypeOf(link);
+  adapter.type = LinkType(link);
   adapter.mac = MacOf(link);
   adapter.ipv6 = HasIpv6(link.name);
   adapter.lastCall = std::numeric_limits<std::uint32_t>::max();

@@ -87,7 +87,7 @@ std::string Attribute(const nlmsghdr& message, std::uint16_t kind) {
   return wanted.bytes;
 }
 
-std::optional<std::uint32_t> Number(const std::string& bytes) {
+std::optional<std::uint32_t> NumberOfBytes(const std::string& bytes) {
   std::uint32_t number = 0;
   if (bytes.size() != sizeof(number)) return std::nullopt;
   std::memcpy(&number, bytes.data(), sizeof(number));
@@ -100,7 +100,8 @@ const Header& HeaderOf(const nlmsghdr& message) {
 }
 
 /// \param link  Where an address that means something on one link alone belongs to.
-std::optional<SocketAddress> AddressOf(int family, const std::string& bytes, std::uint32_t link) {
+std::optional<SocketAddress> AddressOfBytes(int family, const std::string& bytes,
+                                            std::uint32_t link) {
   SocketAddress address{};
   if (family == AF_INET && bytes.size() == sizeof(in_addr)) {
     address.v4.sin_family = AF_INET;
@@ -125,14 +126,14 @@ std::optional<HostLink> LinkIn(const nlmsghdr& message) {
   return link;
 }
 
-std::optional<HostAddress> AddressIn(const nlmsghdr& message) {
+std::optional<HostAddress> AddressInMessage(const nlmsghdr& message) {
   const auto& header = HeaderOf<ifaddrmsg>(message);
   // Where a link has two ends, the other one's address is told as well.
   std::string bytes = Attribute<ifaddrmsg>(message, IFA_LOCAL);
   if (bytes.empty()) bytes = Attribute<ifaddrmsg>(message, IFA_ADDRESS);
-  const auto address = AddressOf(header.ifa_family, bytes, header.ifa_index);
+  const auto address = AddressOfBytes(header.ifa_family, bytes, header.ifa_index);
   if (!address) return std::nullopt;
-  const auto flags = Number(Attribute<ifaddrmsg>(message, IFA_FLAGS));
+  const auto flags = NumberOfBytes(Attribute<ifaddrmsg>(message, IFA_FLAGS));
   return HostAddress{header.ifa_index, *address, header.ifa_prefixlen,
                      flags.value_or(header.ifa_flags)};
 }
@@ -141,9 +142,10 @@ std::optional<HostGateway> GatewayIn(const nlmsghdr& message) {
   const auto& header = HeaderOf<rtmsg>(message);
   const bool isDefault = header.rtm_dst_len == 0 && header.rtm_type == RTN_UNICAST &&
                          header.rtm_table == RT_TABLE_MAIN;
-  const auto link = Number(Attribute<rtmsg>(message, RTA_OIF));
+  const auto link = NumberOfBytes(Attribute<rtmsg>(message, RTA_OIF));
   if (!isDefault || !link) return std::nullopt;
-  const auto address = AddressOf(header.rtm_family, Attribute<rtmsg>(message, RTA_GATEWAY), *link);
+  const auto address =
+      AddressOfBytes(header.rtm_family, Attribute<rtmsg>(message, RTA_GATEWAY), *link);
   if (!address) return std::nullopt;
   return HostGateway{*link, *address};
 }
@@ -153,7 +155,7 @@ std::optional<HostGateway> GatewayIn(const nlmsghdr& message) {
 std::vector<HostLink> ReadHostLinks() { return ReadAll<HostLink>(RTM_GETLINK, AF_UNSPEC, LinkIn); }
 
 std::vector<HostAddress> ReadHostAddresses() {
-  return ReadAll<HostAddress>(RTM_GETADDR, AF_UNSPEC, AddressIn);
+  return ReadAll<HostAddress>(RTM_GETADDR, AF_UNSPEC, AddressInMessage);
 }
 
 std::vector<HostGateway> ReadHostGateways() {

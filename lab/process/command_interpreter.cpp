@@ -12,7 +12,7 @@
 namespace Lab {
 namespace {
 
-constexpr std::wstring_view kFlags = L" /S /C ";
+constexpr std::wstring_view kRunFlags = L" /S /C ";
 
 /// What the host's shell does with the name of the log, the folder of the lab's programs, and the
 /// command.
@@ -60,8 +60,8 @@ std::optional<Order> TakeRedirection(std::wstring_view text) {
 
 /// \return What stands between the first quote behind the flags and the last.
 std::optional<std::wstring_view> CommandIn(std::wstring_view rest) {
-  if (!rest.starts_with(kFlags)) return std::nullopt;
-  rest.remove_prefix(kFlags.size());
+  if (!rest.starts_with(kRunFlags)) return std::nullopt;
+  rest.remove_prefix(kRunFlags.size());
   const std::size_t last = rest.rfind(L'"');
   if (!rest.starts_with(L'"') || last == 0 || last + 1 != rest.size()) return std::nullopt;
   return rest.substr(1, last - 1);

@@ -22,11 +22,11 @@ constexpr Letters kRights[] = {{L"GA", 0x10000000}, {L"GR", 0x80000000}, {L"GW",
                                {L"FW", 0x120116},   {L"FX", 0x1200A0},   {L"RC", 0x20000},
                                {L"SD", 0x10000},    {L"WD", 0x40000},    {L"WO", 0x80000}};
 
-constexpr Letters kFlags[] = {{L"OI", kToFiles},
-                              {L"CI", kToFolders},
-                              {L"NP", kToOneLevel},
-                              {L"IO", kInheritOnly},
-                              {L"ID", kInherited}};
+constexpr Letters kInheritance[] = {{L"OI", kToFiles},
+                                    {L"CI", kToFolders},
+                                    {L"NP", kToOneLevel},
+                                    {L"IO", kInheritOnly},
+                                    {L"ID", kInherited}};
 
 struct Trustee {
   std::wstring_view letters;
@@ -71,8 +71,8 @@ std::wstring ParseSid(const std::wstring& text) {
 }
 
 AccessEntry ParseEntry(const std::wsmatch& parts) {
-  return {parts[1] == L"A", static_cast<std::uint8_t>(Sum(parts[2], kFlags)), ParseRights(parts[3]),
-          ParseSid(parts[4])};
+  return {parts[1] == L"A", static_cast<std::uint8_t>(Sum(parts[2], kInheritance)),
+          ParseRights(parts[3]), ParseSid(parts[4])};
 }
 
 void ParseList(std::wstring text, SecurityDescriptor& descriptor) {
@@ -112,7 +112,7 @@ std::wstring RightsText(std::uint32_t mask) {
 
 std::wstring EntryText(const AccessEntry& entry) {
   std::wstring flags;
-  for (const Letters& row : kFlags) {
+  for (const Letters& row : kInheritance) {
     if ((entry.flags & row.value) != 0) flags += row.letters;
   }
   return (entry.allows ? L"(A;" : L"(D;") + flags + L";" + RightsText(entry.mask) + L";;;" +

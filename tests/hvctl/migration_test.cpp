@@ -18,15 +18,15 @@ using testing::Not;
 
 constexpr char kType[] = R"({"result": "success", "deployment_type": "embedded",
     "deployment_ver": "5.5", "deployment_size": "Small", "hv_kvsa_version": "6.0.0.1"})";
-constexpr char kDone[] = R"({"status": "success", "progress": 100})";
-constexpr char kFailed[] = R"({"status": "error", "error": {"text": {"localized": "No room."}}})";
-constexpr char kRefused[] = R"({"result": "fail", "error": "Not now."})";
+constexpr char kExported[] = R"({"status": "success", "progress": 100})";
+constexpr char kNoRoom[] = R"({"status": "error", "error": {"text": {"localized": "No room."}}})";
+constexpr char kNotNow[] = R"({"result": "fail", "error": "Not now."})";
 
 class MigrationTest : public testing::Test {
  protected:
   MigrationTest() {
     agent_.Reply("get_source_deployment_type", {kType});
-    agent_.Reply("poll_export_status", {"null", kDone});
+    agent_.Reply("poll_export_status", {"null", kExported});
     settings_.given = UsualOptions();
     settings_.shutDown = true;
   }
@@ -117,8 +117,8 @@ TEST_F(MigrationTest, EachRefusalEndsItWithTheAgentsReason) {
         Row{"shutdown_machine", ExitCode::kRefused}}) {
     agent_ = ScriptedAgent();
     agent_.Reply("get_source_deployment_type", {kType});
-    agent_.Reply("poll_export_status", {"null", kDone});
-    agent_.Reply(row.operation, {kRefused});
+    agent_.Reply("poll_export_status", {"null", kExported});
+    agent_.Reply(row.operation, {kNotNow});
     EXPECT_EQ(Run(), row.code) << row.operation;
     EXPECT_THAT(text_, HasSubstr("Not now.")) << row.operation;
     EXPECT_EQ(agent_.operations.back(), row.operation);
@@ -141,7 +141,7 @@ TEST_F(MigrationTest, CopyThatDidNotArriveEndsItWhateverTheAgentSays) {
 }
 
 TEST_F(MigrationTest, FailedExportEndsItWithTheOldMachineRunning) {
-  agent_.Reply("poll_export_status", {"null", kFailed});
+  agent_.Reply("poll_export_status", {"null", kNoRoom});
   EXPECT_EQ(Run(), ExitCode::kExportFailed);
   EXPECT_EQ(text_, "No room.");
   EXPECT_FALSE(WasInvoked("copy_export_data"));
@@ -150,19 +150,19 @@ TEST_F(MigrationTest, FailedExportEndsItWithTheOldMachineRunning) {
 }
 
 TEST_F(MigrationTest, ForceEndsTheOldMachineAfterAFailureTogetherWithShutdownAlone) {
-  agent_.Reply("poll_export_status", {"null", kFailed});
+  agent_.Reply("poll_export_status", {"null", kNoRoom});
   settings_.force = true;
   settings_.shutDown = false;
   EXPECT_EQ(Run(), ExitCode::kExportFailed);
   EXPECT_FALSE(WasInvoked("shutdown_machine"));
   settings_.shutDown = true;
-  agent_.Reply("poll_export_status", {"null", kFailed});
+  agent_.Reply("poll_export_status", {"null", kNoRoom});
   EXPECT_EQ(Run(), ExitCode::kExportFailed);
   EXPECT_TRUE(WasInvoked("shutdown_machine"));
 }
 
 TEST_F(MigrationTest, ForceDoesNotGoBeyondErrorsOfThePrechecks) {
-  agent_.Reply("invoke_pre_upgrade", {kRefused});
+  agent_.Reply("invoke_pre_upgrade", {kNotNow});
   settings_.force = true;
   EXPECT_EQ(Run(), ExitCode::kRefused);
   EXPECT_FALSE(WasInvoked("shutdown_machine"));
@@ -196,7 +196,7 @@ TEST_F(MigrationTest, UpdateManagerHasNoNetworkAndItsAgentAloneEnds) {
 
 TEST_F(MigrationTest, InterruptedOneGoesOnWithTheExportThatRuns) {
   begun_ = true;
-  agent_.Reply("poll_export_status", {R"({"status": "running"})", kDone});
+  agent_.Reply("poll_export_status", {R"({"status": "running"})", kExported});
   EXPECT_EQ(Run(), ExitCode::kSuccess);
   EXPECT_FALSE(WasInvoked("invoke_pre_upgrade"));
   EXPECT_FALSE(WasInvoked("invoke_export"));
@@ -205,14 +205,14 @@ TEST_F(MigrationTest, InterruptedOneGoesOnWithTheExportThatRuns) {
 
 TEST_F(MigrationTest, InterruptedOneGoesOnWithTheCopyOfADoneExport) {
   begun_ = true;
-  agent_.Reply("poll_export_status", {kDone});
+  agent_.Reply("poll_export_status", {kExported});
   EXPECT_EQ(Run(), ExitCode::kSuccess);
   EXPECT_FALSE(WasInvoked("invoke_export"));
   EXPECT_THAT(output_.str(), HasSubstr("The export has been made already."));
 }
 
 TEST_F(MigrationTest, FailedCopyLeavesTheExportForTheNextTry) {
-  agent_.Reply("copy_export_data", {kRefused, R"({"result": "success"})"});
+  agent_.Reply("copy_export_data", {kNotNow, R"({"result": "success"})"});
   EXPECT_EQ(Run(), ExitCode::kCopyFailed);
   EXPECT_TRUE(begun_);
   EXPECT_EQ(Run(), ExitCode::kSuccess);
@@ -221,7 +221,7 @@ TEST_F(MigrationTest, FailedCopyLeavesTheExportForTheNextTry) {
 
 TEST_F(MigrationTest, FailedExportIsBegunAnew) {
   begun_ = true;
-  agent_.Reply("poll_export_status", {kFailed, kFailed, "null", kDone});
+  agent_.Reply("poll_export_status", {kNoRoom, kNoRoom, "null", kExported});
   EXPECT_EQ(Run(), ExitCode::kSuccess);
   EXPECT_TRUE(WasInvoked("invoke_pre_upgrade"));
   EXPECT_TRUE(WasInvoked("invoke_export"));
@@ -230,13 +230,13 @@ TEST_F(MigrationTest, FailedExportIsBegunAnew) {
 TEST_F(MigrationTest, AgainExportsAnew) {
   begun_ = true;
   settings_.again = true;
-  agent_.Reply("poll_export_status", {kDone, "null", kDone});
+  agent_.Reply("poll_export_status", {kExported, "null", kExported});
   EXPECT_EQ(Run(), ExitCode::kSuccess);
   EXPECT_TRUE(WasInvoked("invoke_export"));
 }
 
 TEST_F(MigrationTest, DocumentOfAnAgentsRunBeforeIsNoExportOfThisOne) {
-  agent_.Reply("poll_export_status", {kDone, kDone, "null", kDone});
+  agent_.Reply("poll_export_status", {kExported, kExported, "null", kExported});
   EXPECT_EQ(Run(), ExitCode::kSuccess);
   EXPECT_TRUE(WasInvoked("invoke_export"));
 }

@@ -25,7 +25,7 @@ Json::Value Parse(const std::string& text) {
   return value;
 }
 
-std::string Fault(const Json::Value& document) {
+std::string DescriptionFault(const Json::Value& document) {
   try {
     ParseDescription(document, "machine.json");
   } catch (const MachineError& fault) {
@@ -48,7 +48,8 @@ TEST_P(FaultyDescription, NamesFilePlaceAndWhatWasExpected) {
   Json::Value* place = &document;
   for (const char* step : GetParam().path) place = &(*place)[step];
   *place = Parse(GetParam().value);
-  EXPECT_THAT(Fault(document), StartsWith(std::string("machine.json: ") + GetParam().fault));
+  EXPECT_THAT(DescriptionFault(document),
+              StartsWith(std::string("machine.json: ") + GetParam().fault));
 }
 
 const FaultCase kFaults[] = {
@@ -238,12 +239,13 @@ INSTANTIATE_TEST_SUITE_P(Members, FaultyDescription, testing::ValuesIn(kFaults),
 TEST(Description, MissingMemberIsAFault) {
   Json::Value document = Server();
   document.removeMember("user");
-  EXPECT_THAT(Fault(document), StartsWith("machine.json: /: expected an object that describes"));
+  EXPECT_THAT(DescriptionFault(document),
+              StartsWith("machine.json: /: expected an object that describes"));
 }
 
 TEST(Description, NoObjectIsAFault) {
-  EXPECT_THAT(Fault(Parse("[]")), StartsWith("machine.json: /: expected an object"));
-  EXPECT_THAT(Fault(Json::Value()), StartsWith("machine.json: /: expected an object"));
+  EXPECT_THAT(DescriptionFault(Parse("[]")), StartsWith("machine.json: /: expected an object"));
+  EXPECT_THAT(DescriptionFault(Json::Value()), StartsWith("machine.json: /: expected an object"));
 }
 
 TEST(Description, LeavesOutWhatIsLeftOut) {
@@ -298,7 +300,7 @@ class JsonFile : public testing::Test {
     folder_ = mkdtemp(folder.data());
   }
   ~JsonFile() override { std::filesystem::remove_all(folder_); }
-  std::string Fault(const std::string& text) {
+  std::string DescriptionFault(const std::string& text) {
     std::ofstream(folder_ / "machine.json") << text;
     try {
       ReadJson(folder_ / "machine.json");
@@ -311,18 +313,18 @@ class JsonFile : public testing::Test {
 };
 
 TEST_F(JsonFile, FaultNamesFileLineAndColumn) {
-  const std::string fault = Fault("{\n  \"a\": 1,\n  \"b\" 2\n}");
+  const std::string fault = DescriptionFault("{\n  \"a\": 1,\n  \"b\" 2\n}");
   EXPECT_THAT(fault, StartsWith((folder_ / "machine.json").string() + ": not a JSON document: "));
   EXPECT_THAT(fault, HasSubstr("Line 3, Column 7"));
   EXPECT_EQ(fault.find('\n'), std::string::npos);
 }
 
 TEST_F(JsonFile, MemberThatComesTwiceIsAFault) {
-  EXPECT_THAT(Fault(R"({"a": 1, "a": 2})"), HasSubstr("Duplicate key"));
+  EXPECT_THAT(DescriptionFault(R"({"a": 1, "a": 2})"), HasSubstr("Duplicate key"));
 }
 
 TEST_F(JsonFile, EmptyAndMissingFilesAreFaults) {
-  EXPECT_THAT(Fault(""), HasSubstr("not a JSON document"));
+  EXPECT_THAT(DescriptionFault(""), HasSubstr("not a JSON document"));
   EXPECT_THROW(ReadJson(folder_ / "none.json"), MachineError);
 }
 

@@ -150,7 +150,8 @@ TEST_F(Children, OfAProgramThatWasKilledGoOnButForSuspendedOnes) {
 }
 
 TEST_F(Children, WithoutTheirKeeperCountAsEnded) {
-  const auto child = Start("sleep 100");
+  // One process: a shell could start the other between the look and the kill.
+  const auto child = Start("exec sleep 100");
   child->Resume();
   const std::vector<pid_t> processes = ProcessesOf(machine_);
   for (const pid_t process : processes) kill(process, SIGKILL);

@@ -12,7 +12,7 @@ namespace {
 using testing::HasSubstr;
 
 constexpr std::uint32_t kSz = 1, kExpandSz = 2, kBinary = 3, kDword = 4, kMultiSz = 7;
-constexpr wchar_t kKey[] = L"HKEY_LOCAL_MACHINE\\SOFTWARE\\Ostrel, Inc.";
+constexpr wchar_t kOstrelKey[] = L"HKEY_LOCAL_MACHINE\\SOFTWARE\\Ostrel, Inc.";
 
 RegistryTree Read(const std::string& entries) {
   RegistryTree tree;
@@ -22,10 +22,11 @@ RegistryTree Read(const std::string& entries) {
 
 /// The value "v" of a key of its own that an entry describes.
 RegistryValue Value(const std::string& entry) {
-  return Read("[HKEY_LOCAL_MACHINE\\SOFTWARE\\Ostrel, Inc.]\r\n" + entry + "\r\n")[kKey][L"v"];
+  return Read("[HKEY_LOCAL_MACHINE\\SOFTWARE\\Ostrel, Inc.]\r\n" + entry +
+              "\r\n")[kOstrelKey][L"v"];
 }
 
-std::string Fault(const std::string& contents) {
+std::string RegFileFault(const std::string& contents) {
   RegistryTree tree;
   try {
     ReadRegFile(contents, tree);
@@ -36,7 +37,7 @@ std::string Fault(const std::string& contents) {
 }
 
 std::string FaultOfEntry(const std::string& entry) {
-  return Fault(std::string(kRegFileHeader) + "\n[HKEY_LOCAL_MACHINE\\A]\n" + entry + "\n");
+  return RegFileFault(std::string(kRegFileHeader) + "\n[HKEY_LOCAL_MACHINE\\A]\n" + entry + "\n");
 }
 
 TEST(ReadRegFile, KeysAboveAreThereToo) {
@@ -106,13 +107,13 @@ TEST(ReadRegFile, TakesTheEncodingOfTheEditor) {
 }
 
 TEST(ReadRegFile, FaultsNameTheLineAndWhatWasExpected) {
-  EXPECT_THAT(Fault("REGEDIT4\n"), HasSubstr("line 1: expected \"Windows Registry Editor"));
-  EXPECT_THAT(Fault(""), HasSubstr("line 1: expected"));
-  EXPECT_THAT(Fault(std::string(kRegFileHeader) + "\n\"a\"=\"b\"\n"),
+  EXPECT_THAT(RegFileFault("REGEDIT4\n"), HasSubstr("line 1: expected \"Windows Registry Editor"));
+  EXPECT_THAT(RegFileFault(""), HasSubstr("line 1: expected"));
+  EXPECT_THAT(RegFileFault(std::string(kRegFileHeader) + "\n\"a\"=\"b\"\n"),
               HasSubstr("line 2: expected a key in brackets before"));
-  EXPECT_THAT(Fault(std::string(kRegFileHeader) + "\n[HKEY_LOCAL_MACHINE\n"),
+  EXPECT_THAT(RegFileFault(std::string(kRegFileHeader) + "\n[HKEY_LOCAL_MACHINE\n"),
               HasSubstr("line 2: expected ] at the end"));
-  EXPECT_THAT(Fault(std::string(kRegFileHeader) + "\n[HKLM\\A]\n"),
+  EXPECT_THAT(RegFileFault(std::string(kRegFileHeader) + "\n[HKLM\\A]\n"),
               HasSubstr("expected a key that begins with its hive"));
   EXPECT_THAT(FaultOfEntry("\"a\"=\"b"), HasSubstr("line 3: expected a quote at the end"));
   EXPECT_THAT(FaultOfEntry("\"a\"=\"b\\"), HasSubstr("expected a quote at the end"));

@@ -11,9 +11,9 @@
 namespace Lab {
 namespace {
 
-constexpr wchar_t kKey[] = L"HKEY_LOCAL_MACHINE\\SOFTWARE\\Test";
+constexpr wchar_t kTestKey[] = L"HKEY_LOCAL_MACHINE\\SOFTWARE\\Test";
 
-RegistryValue Text(const std::wstring& text) { return {1, text + L'\0', {}}; }
+RegistryValue TextValue(const std::wstring& text) { return {1, text + L'\0', {}}; }
 
 class RegistryState : public testing::Test {
  protected:
@@ -22,28 +22,28 @@ class RegistryState : public testing::Test {
 };
 
 TEST_F(RegistryState, WriteIsThereForTheNextReaderOfTheFile) {
-  TheMachine().Registry().Set(kKey, L"Name", Text(L"a"));
+  TheMachine().Registry().Set(kTestKey, L"Name", TextValue(L"a"));
   Registry other(File());
-  EXPECT_EQ(other.Find(kKey, L"name"), Text(L"a"));
+  EXPECT_EQ(other.Find(kTestKey, L"name"), TextValue(L"a"));
 }
 
 TEST_F(RegistryState, ReaderSeesWhatAnotherProcessWrites) {
   Registry reader(File());
   Registry writer(File());
-  EXPECT_FALSE(reader.HasKey(kKey));
-  writer.Set(kKey, L"Name", Text(L"a"));
-  EXPECT_EQ(reader.Find(kKey, L"Name"), Text(L"a"));
-  writer.Set(kKey, L"Name", Text(L"b"));
-  EXPECT_EQ(reader.Find(kKey, L"Name"), Text(L"b"));
+  EXPECT_FALSE(reader.HasKey(kTestKey));
+  writer.Set(kTestKey, L"Name", TextValue(L"a"));
+  EXPECT_EQ(reader.Find(kTestKey, L"Name"), TextValue(L"a"));
+  writer.Set(kTestKey, L"Name", TextValue(L"b"));
+  EXPECT_EQ(reader.Find(kTestKey, L"Name"), TextValue(L"b"));
 }
 
 TEST_F(RegistryState, WritersKeepEachOthersValues) {
   Registry one(File());
   Registry two(File());
-  one.Set(kKey, L"One", Text(L"1"));
-  two.Set(kKey, L"Two", Text(L"2"));
-  EXPECT_EQ(one.Find(kKey, L"Two"), Text(L"2"));
-  EXPECT_EQ(two.Find(kKey, L"One"), Text(L"1"));
+  one.Set(kTestKey, L"One", TextValue(L"1"));
+  two.Set(kTestKey, L"Two", TextValue(L"2"));
+  EXPECT_EQ(one.Find(kTestKey, L"Two"), TextValue(L"2"));
+  EXPECT_EQ(two.Find(kTestKey, L"One"), TextValue(L"1"));
 }
 
 TEST_F(RegistryState, ThreadsWriteSideBySide) {
@@ -51,8 +51,8 @@ TEST_F(RegistryState, ThreadsWriteSideBySide) {
   for (int i = 0; i < 4; ++i) {
     threads.emplace_back([i] {
       for (int j = 0; j < 5; ++j) {
-        TheMachine().Registry().Set(kKey, std::to_wstring(i) + L"." + std::to_wstring(j),
-                                    Text(L"x"));
+        TheMachine().Registry().Set(kTestKey, std::to_wstring(i) + L"." + std::to_wstring(j),
+                                    TextValue(L"x"));
       }
     });
   }
@@ -60,13 +60,13 @@ TEST_F(RegistryState, ThreadsWriteSideBySide) {
   Registry other(File());
   for (int i = 0; i < 4; ++i) {
     for (int j = 0; j < 5; ++j) {
-      EXPECT_TRUE(other.Find(kKey, std::to_wstring(i) + L"." + std::to_wstring(j))) << i << j;
+      EXPECT_TRUE(other.Find(kTestKey, std::to_wstring(i) + L"." + std::to_wstring(j))) << i << j;
     }
   }
 }
 
 TEST_F(RegistryState, KeysAboveANewOneExist) {
-  TheMachine().Registry().Set(L"HKEY_LOCAL_MACHINE\\X\\Y\\Z", L"", Text(L""));
+  TheMachine().Registry().Set(L"HKEY_LOCAL_MACHINE\\X\\Y\\Z", L"", TextValue(L""));
   EXPECT_TRUE(TheMachine().Registry().HasKey(L"HKEY_LOCAL_MACHINE\\x\\Y"));
 }
 

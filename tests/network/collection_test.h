@@ -19,6 +19,12 @@ namespace Halvard::Network {
 // In the agent Boost.Asio starts the sockets before main and keeps them started.
 [[maybe_unused]] inline const auto& kSockets = boost::asio::error::get_misc_category();
 
+/// Where the registry keeps the settings of the network and of the time service.
+inline constexpr wchar_t kTcpipKey[] =
+    L"HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet\\services\\Tcpip\\Parameters";
+inline constexpr wchar_t kTimeServiceKey[] =
+    L"HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet\\Services\\W32Time\\Parameters";
+
 /// A run that has come as far as the network, with an empty log.
 class CollectionTest : public ::testing::Test {
  protected:

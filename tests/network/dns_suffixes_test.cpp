@@ -6,9 +6,6 @@
 namespace Halvard::Network {
 namespace {
 
-constexpr wchar_t kTcpipKey[] =
-    L"HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet\\services\\Tcpip\\Parameters";
-
 class DnsSuffixes : public CollectionTest {
  protected:
   DnsSuffixes() {

@@ -22,11 +22,6 @@ using ::testing::IsEmpty;
 using Testing::LogLine;
 using ::testing::Not;
 
-constexpr wchar_t kTcpipKey[] =
-    L"HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet\\services\\Tcpip\\Parameters";
-constexpr wchar_t kTimeServiceKey[] =
-    L"HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet\\Services\\W32Time\\Parameters";
-
 /// A machine's network, the address that was chosen, and the reply to that: networks/NAME.json.
 Json::Value ReadNetwork(const std::string& name) {
   std::ifstream in(std::string(NETWORKS_FOLDER) + "/" + name + ".json");

@@ -19,9 +19,6 @@ using ::testing::IsEmpty;
 using ::testing::Not;
 using Testing::WarningLine;
 
-constexpr wchar_t kTimeServiceKey[] =
-    L"HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet\\Services\\W32Time\\Parameters";
-
 /// A machine in whose network alpha and beta tell the time, and dead and gone don't.
 class TimeServers : public CollectionTest {
  protected:

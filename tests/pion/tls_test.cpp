@@ -32,17 +32,17 @@ class Tls : public server_fixture {
   }
 };
 
-constexpr const char* request =
+constexpr const char* plain_request =
     "POST /api HTTP/1.1\r\nConnection: close\r\nContent-Length: 2\r\n\r\n{}";
 
 TEST_F(Tls, ServesBothVersions) {
   EXPECT_TRUE(server_->get_ssl_flag());
-  EXPECT_EQ(content_of(exchange(request, TLS1_2_VERSION)), "POST /api {}");
-  EXPECT_EQ(content_of(exchange(request, TLS1_3_VERSION)), "POST /api {}");
+  EXPECT_EQ(content_of(exchange(plain_request, TLS1_2_VERSION)), "POST /api {}");
+  EXPECT_EQ(content_of(exchange(plain_request, TLS1_3_VERSION)), "POST /api {}");
 }
 
 TEST_F(Tls, GivesTheSameWhereverTheBytesAreCut) {
-  const std::string whole = request;
+  const std::string whole = plain_request;
   start();
   for (const int version : {TLS1_2_VERSION, TLS1_3_VERSION}) {
     auto context = make_client_context(version);
@@ -83,13 +83,13 @@ TEST_F(Tls, ResumesSessions) {
     auto context = make_client_context(version);
     SSL_CTX_set_session_cache_mode(context.native_handle(), SSL_SESS_CACHE_CLIENT);
     test_client first(server_->get_port(), &context);
-    first.send(request);
+    first.send(plain_request);
     first.read_all();
     EXPECT_EQ(SSL_session_reused(first.ssl()), 0);
     SSL_SESSION* session = SSL_get1_session(first.ssl());
     ASSERT_NE(SSL_SESSION_is_resumable(session), 0) << version;
     test_client second(server_->get_port(), &context, session);
-    second.send(request);
+    second.send(plain_request);
     EXPECT_EQ(content_of(second.read_all()), "POST /api {}");
     EXPECT_EQ(SSL_session_reused(second.ssl()), 1) << version;
     SSL_SESSION* renewed = SSL_get1_session(second.ssl());
@@ -106,7 +106,7 @@ TEST_F(Tls, GivesNoTicketsIfTheContextForbidsThem) {
   start();
   auto context = make_client_context(TLS1_3_VERSION);
   test_client client(server_->get_port(), &context);
-  client.send(request);
+  client.send(plain_request);
   EXPECT_EQ(content_of(client.read_all()), "POST /api {}");
   EXPECT_EQ(SSL_SESSION_is_resumable(SSL_get0_session(client.ssl())), 0);
 }
@@ -125,7 +125,7 @@ TEST_F(Tls, DropsAPlainClientWithoutAByteAndGoesOn) {
   plain.send("GET /api HTTP/1.1\r\n\r\n");
   EXPECT_EQ(plain.read_all(), "");
   EXPECT_FALSE(plain.timed_out());
-  EXPECT_EQ(content_of(exchange(request)), "POST /api {}");
+  EXPECT_EQ(content_of(exchange(plain_request)), "POST /api {}");
 }
 
 TEST_F(Tls, RefusesOldVersionsWithAnAlert) {
@@ -165,7 +165,7 @@ TEST_F(Tls, EndsOfClientsInTheMiddleDoNoHarm) {
     if (i % 3 == 0) client.abort();
     if (i % 3 == 1) client.end_sending();
   }
-  EXPECT_EQ(content_of(exchange(request)), "POST /api {}");
+  EXPECT_EQ(content_of(exchange(plain_request)), "POST /api {}");
 }
 
 TEST_F(Tls, OrderlyEndInTheMiddleOfARequestIsAnsweredWithOne) {
@@ -188,7 +188,7 @@ TEST_F(Tls, SlowReaderGetsEverything) {
   test_client slow(server_->get_port(), &context);
   slow.send("GET /large HTTP/1.1\r\nConnection: close\r\n\r\n");
   // Meanwhile the answer fills the buffers between the two and the server has to wait.
-  EXPECT_EQ(content_of(exchange(request)), "POST /api {}");
+  EXPECT_EQ(content_of(exchange(plain_request)), "POST /api {}");
   EXPECT_EQ(content_of(slow.read_all()), large);
 }
 

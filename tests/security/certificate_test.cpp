@@ -28,7 +28,7 @@ using Testing::OpenSslFault;
 using Testing::OwnLog;
 using ::testing::StartsWith;
 
-constexpr const wchar_t* kFolder = L"%LOCALAPPDATA%\\Ostrel\\Halvard";
+constexpr const wchar_t* kKeysFolder = L"%LOCALAPPDATA%\\Ostrel\\Halvard";
 constexpr const wchar_t* kFile = L"%LOCALAPPDATA%\\Ostrel\\Halvard\\hv_cert.pem";
 
 using UniqueBio = std::unique_ptr<BIO, decltype(&BIO_free_all)>;
@@ -58,7 +58,7 @@ std::string AlternativeNamesOf(const X509* certificate) {
 
 class CertificateTest : public ::testing::Test {
  protected:
-  CertificateTest() { machine_.MakeFolder(kFolder); }
+  CertificateTest() { machine_.MakeFolder(kKeysFolder); }
 
   /// The certificate in the file; null when there is none.
   UniqueOpenSsl<X509> StoredCertificate() const {
@@ -262,7 +262,7 @@ TEST_F(CertificateTest, FolderThatCannotBeFoundEndsInAnEmptyThumbprintAndLeavesN
 }
 
 TEST_F(CertificateTest, MissingFolderEndsInAnEmptyThumbprint) {
-  machine_.RemoveFile(kFolder);
+  machine_.RemoveFile(kKeysFolder);
   EXPECT_EQ(GenerateSSLCertificate(L"kv.example"), L"");
   EXPECT_THAT(
       OwnLog(),

@@ -25,7 +25,7 @@ namespace fs = std::filesystem;
 
 constexpr wchar_t kDataFolder[] = L"%LOCALAPPDATA%\\Ostrel\\Halvard";
 
-Json::Value Scenario() {
+Json::Value SmallExport() {
   Json::Value scenario;
   scenario["export"]["bytes"] = 300'000;
   return scenario;
@@ -54,7 +54,7 @@ class CopyToAppliance : public testing::Test {
 
   void ExportFrom(const std::function<void(Lab::Instance&)>& describe = {}) {
     agent_ = std::make_unique<ServingAgent>(
-        "embedded-platform", Scenario(), [&](Lab::Instance& machine) {
+        "embedded-platform", SmallExport(), [&](Lab::Instance& machine) {
           machine.Set("/addressMap/192.0.2.20:22", appliance_->Address());
           if (describe) describe(machine);
         });

@@ -61,7 +61,7 @@ class ExportOperations : public ServiceTest {
   Testing::ScriptedRunner runner_{machine_};
 };
 
-constexpr char kSuccess[] = R"({"status": "success"})";
+constexpr char kExportSuccess[] = R"({"status": "success"})";
 constexpr char kError[] = R"({"status": "error"})";
 
 TEST_F(ExportOperations, ExportIsStartedFollowedQuestionedAnsweredAndEnded) {
@@ -71,7 +71,7 @@ TEST_F(ExportOperations, ExportIsStartedFollowedQuestionedAnsweredAndEnded) {
        Step("tell", "2"), Step("wait", "3"),
        Step("write",
             R"({"question": {"id": "q1", "reply_file": "answer.json"}, "status": "waiting"})"),
-       Step("tell", "4"), Step("wait", "answer.json"), Step("write", kSuccess)});
+       Step("tell", "4"), Step("wait", "answer.json"), Step("write", kExportSuccess)});
   const CallResult started = Invoke();
   EXPECT_EQ(started.text, "{\n   \"error\" : \"\",\n   \"result\" : \"success\"\n}\n");
   EXPECT_EQ(started.console, Message(kGerman, 1195) + L"\n" + Message(kGerman, 1069) + L"\n");
@@ -92,7 +92,8 @@ TEST_F(ExportOperations, ExportIsStartedFollowedQuestionedAnsweredAndEnded) {
 }
 
 TEST_F(ExportOperations, CredentialsAreComparedWhileItRunsAndAfterItHasSucceeded) {
-  runner_.OrderExport({Step("tell", "started"), Step("wait", "go on"), Step("write", kSuccess)});
+  runner_.OrderExport(
+      {Step("tell", "started"), Step("wait", "go on"), Step("write", kExportSuccess)});
   (void)Invoke();
   runner_.WaitFor(L"started");
   Testing::CheckCalls().clear();
@@ -113,7 +114,8 @@ TEST_F(ExportOperations, CredentialsAreValidatedAgainAfterItHasFailed) {
 }
 
 TEST_F(ExportOperations, SecondOneIsRefusedOnlyWhileTheFirstRuns) {
-  runner_.OrderExport({Step("tell", "started"), Step("wait", "go on"), Step("write", kSuccess)});
+  runner_.OrderExport(
+      {Step("tell", "started"), Step("wait", "go on"), Step("write", kExportSuccess)});
   (void)Invoke();
   runner_.WaitFor(L"started");
   EXPECT_EQ(Utf8ToWide(Invoke().Error()), Message(kEnglish, 1068));
@@ -121,7 +123,7 @@ TEST_F(ExportOperations, SecondOneIsRefusedOnlyWhileTheFirstRuns) {
   threads_.AwaitEnd();
   Export({Step("write", kError), Step("exit", 1)});
   EXPECT_EQ(Poll().reply["status"], "error");
-  Export({Step("write", kSuccess)});
+  Export({Step("write", kExportSuccess)});
   EXPECT_EQ(Phases(), "FINISHED/FINISHED/SUCCESS");
   // Each run has put one more folder behind the other.
   EXPECT_TRUE(gProperties[L"EXPORT_DIR"].Value().ends_with(L"\\export\\export\\export"));
@@ -176,7 +178,7 @@ TEST_F(ExportOperations, PollsOfManyThreadsAreAllAnsweredWhileTheRunnerWrites) {
   for (int i = 0; i < 400; ++i) list += (i == 0 ? "" : ",") + std::to_string(i);
   const std::string document = R"({"list": [)" + list + R"(], "status": "running"})";
   runner_.OrderExport(
-      {Step("tell", "started"), Step("rewrite", document, "stop"), Step("write", kSuccess)});
+      {Step("tell", "started"), Step("rewrite", document, "stop"), Step("write", kExportSuccess)});
   (void)Invoke();
   runner_.WaitFor(L"started");
   constexpr int kPolls = 150;
@@ -209,7 +211,7 @@ TEST_F(ExportOperations, PollsOfManyThreadsAreAllAnsweredWhileTheRunnerWrites) {
 
 TEST_F(ExportOperations, PasswordsStayOutOfLogsAnswersAndLeftFiles) {
   gProperties[L"SSO_PASSWORD"] = L"";
-  runner_.OrderExport({Step("keep", "input"), Step("write", kSuccess)});
+  runner_.OrderExport({Step("keep", "input"), Step("write", kExportSuccess)});
   const CallResult result = Invoke();
   threads_.AwaitEnd();
   EXPECT_THAT(runner_.Read(L"input"), HasSubstr("right \\u00e4"));

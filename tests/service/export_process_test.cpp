@@ -22,7 +22,7 @@ using Testing::InfoLine;
 using testing::Not;
 
 /// Two findings, and an export that asks whether it is to go on; only "yes" will do.
-Json::Value Scenario() {
+Json::Value FindingsAndAQuestion() {
   Json::Value scenario;
   Json::Value& findings = scenario["requirements"]["findings"];
   findings[0]["text"] = "The disk is old.";
@@ -41,7 +41,7 @@ Json::Value Scenario() {
 const std::vector<std::wstring> kStatus = {L"export-status"};
 
 TEST(ServiceExport, FindingsOfThePrechecksAreShownAsATable) {
-  const ServingAgent agent("embedded-platform", Scenario());
+  const ServingAgent agent("embedded-platform", FindingsAndAQuestion());
   const ClientRun prechecks = agent.Ask({L"prechecks"});
   EXPECT_EQ(prechecks.exitCode, 0) << WideToUtf8(prechecks.errors);
   EXPECT_EQ(prechecks.output,
@@ -57,7 +57,7 @@ TEST(ServiceExport, FindingsOfThePrechecksAreShownAsATable) {
 }
 
 TEST(ServiceExport, IsStartedFollowedAnsweredFailedAndRunAgain) {
-  ServingAgent agent("embedded-platform", Scenario());
+  ServingAgent agent("embedded-platform", FindingsAndAQuestion());
   EXPECT_EQ(agent.Ask({L"export"}).errors, English(1066) + L"\n");
   EXPECT_EQ(agent.Ask({L"prechecks"}).exitCode, 0);
   EXPECT_EQ(agent.Ask({L"export"}).exitCode, 0);
@@ -112,7 +112,7 @@ TEST(ServiceExport, QuestionsOfEachFormFindTheirAnswers) {
 }
 
 TEST(ServiceExport, PrechecksAreRepeatedWhateverTheLastOnesCameTo) {
-  ServingAgent agent("embedded-5.5", Scenario());
+  ServingAgent agent("embedded-5.5", FindingsAndAQuestion());
   const auto play = [&](const char* member, const Json::Value& value) {
     agent.Machine().Remove("/upgradeRunner/requirements");
     agent.Machine().Set(std::string("/upgradeRunner/requirements/") + member, value);

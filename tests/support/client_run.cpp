@@ -38,7 +38,7 @@ class ScratchFolder {
   std::filesystem::path path_;
 };
 
-std::vector<char*> Pointers(std::vector<std::string>& texts) {
+std::vector<char*> EndedPointers(std::vector<std::string>& texts) {
   std::vector<char*> pointers;
   for (std::string& text : texts) pointers.push_back(text.data());
   pointers.push_back(nullptr);
@@ -65,7 +65,7 @@ ClientRun RunClient(const std::vector<std::wstring>& arguments, const std::strin
                                    0600);
   pid_t process = 0;
   const int error = posix_spawn(&process, HVCTL_PROGRAM, &actions, nullptr,
-                                Pointers(command).data(), Pointers(environment).data());
+                                EndedPointers(command).data(), EndedPointers(environment).data());
   posix_spawn_file_actions_destroy(&actions);
   if (error != 0) throw std::runtime_error("the client doesn't start");
   int status = 0;

@@ -14,7 +14,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string BytesOf(const fs::path& file) {
+std::string FileBytes(const fs::path& file) {
   std::ifstream in(file, std::ios::binary);
   return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
@@ -41,7 +41,7 @@ void Search(const std::string& bytes, const std::string& place,
 
 void SearchFile(const fs::path& file, const std::vector<std::string>& secrets,
                 std::vector<std::string>& found) {
-  Search(BytesOf(file), file.string(), secrets, found);
+  Search(FileBytes(file), file.string(), secrets, found);
   if (file.extension() != ".zip") return;
   for (const auto& [name, bytes] : Halvard::Testing::ReadZip(file)) {
     Search(name + '\n' + bytes, file.string() + "/" + name, secrets, found);
@@ -73,7 +73,7 @@ std::vector<std::string> ProcessesThatShow(const std::vector<std::string>& secre
     // A process that has ended meanwhile has empty files, or none.
     for (const char* file : {"cmdline", "environ"}) {
       const fs::path path = entry.path() / file;
-      Search(BytesOf(path), path.string(), secrets, found);
+      Search(FileBytes(path), path.string(), secrets, found);
     }
   }
   return found;

@@ -81,7 +81,8 @@ TEST(GetAdaptersAddresses, EachAddressHasATextAndAKnownLength) {
 }
 
 /// The numeric text of an IPv6 address of eight groups, and the code.
-std::wstring TextOf(std::initializer_list<unsigned> groups, INT& code, DWORD size = NI_MAXHOST) {
+std::wstring TextOfGroups(std::initializer_list<unsigned> groups, INT& code,
+                          DWORD size = NI_MAXHOST) {
   sockaddr_in6 address = {};
   address.sin6_family = AF_INET6;
   std::size_t at = 0;
@@ -98,23 +99,23 @@ std::wstring TextOf(std::initializer_list<unsigned> groups, INT& code, DWORD siz
 TEST(GetNameInfoW, FailsBeforeSocketsAreStarted) {
   SKIP_ON_WINE("GetNameInfoW of Wine works without WSAStartup");
   INT code = 0;
-  (void)TextOf({0x2001, 0xdb8, 0, 0, 0, 0, 0, 1}, code);
+  (void)TextOfGroups({0x2001, 0xdb8, 0, 0, 0, 0, 0, 1}, code);
   EXPECT_EQ(code, WSANOTINITIALISED);
 }
 
 TEST(GetNameInfoW, ShortensTheFirstLongestRunOfZeros) {
   const StartedSockets sockets;
   INT code = -1;
-  EXPECT_EQ(TextOf({0x2001, 0xDB8, 0, 0, 1, 0, 0, 1}, code), L"2001:db8::1:0:0:1");
+  EXPECT_EQ(TextOfGroups({0x2001, 0xDB8, 0, 0, 1, 0, 0, 1}, code), L"2001:db8::1:0:0:1");
   EXPECT_EQ(code, 0);
-  EXPECT_EQ(TextOf({0x2001, 0xdb8, 0, 1, 1, 1, 1, 1}, code), L"2001:db8:0:1:1:1:1:1");
-  EXPECT_EQ(TextOf({0, 0, 0, 0, 0, 0, 0, 1}, code), L"::1");
+  EXPECT_EQ(TextOfGroups({0x2001, 0xdb8, 0, 1, 1, 1, 1, 1}, code), L"2001:db8:0:1:1:1:1:1");
+  EXPECT_EQ(TextOfGroups({0, 0, 0, 0, 0, 0, 0, 1}, code), L"::1");
 }
 
 TEST(GetNameInfoW, FailsForARoomThatIsTooSmall) {
   const StartedSockets sockets;
   INT code = 0;
-  (void)TextOf({0x2001, 0xdb8, 0, 0, 0, 0, 0, 1}, code, 5);
+  (void)TextOfGroups({0x2001, 0xdb8, 0, 0, 0, 0, 0, 1}, code, 5);
   EXPECT_NE(code, 0);
 }
 

@@ -10,7 +10,7 @@ namespace {
 using ParseIpv4 = LONG(WINAPI*)(PCWSTR text, BOOLEAN strict, PCWSTR* end, in_addr* address);
 using ParseIpv6 = LONG(WINAPI*)(PCWSTR text, PCWSTR* end, in6_addr* address);
 
-constexpr LONG kInvalid = static_cast<LONG>(0xC000000D);
+constexpr LONG kInvalidAddress = static_cast<LONG>(0xC000000D);
 
 template <typename Function>
 Function Find(const char* name) {
@@ -32,14 +32,15 @@ struct Row {
 TEST(RtlIpv4StringToAddressW, ConsumesWhatIsStrict) {
   const auto parse = Find<ParseIpv4>("RtlIpv4StringToAddressW");
   for (const Row& row :
-       {Row{L"127.0.0.1", 0, L""}, Row{L"127.1", kInvalid, L""}, Row{L"2130706433", kInvalid, L""},
-        Row{L"0x7f.1", kInvalid, L"7f.1"}, Row{L"0177.0.0.1", kInvalid, L"177.0.0.1"},
-        Row{L"127.0.0.01", kInvalid, L"1"}, Row{L"127.0.0.1 ", 0, L" "},
+       {Row{L"127.0.0.1", 0, L""}, Row{L"127.1", kInvalidAddress, L""},
+        Row{L"2130706433", kInvalidAddress, L""}, Row{L"0x7f.1", kInvalidAddress, L"7f.1"},
+        Row{L"0177.0.0.1", kInvalidAddress, L"177.0.0.1"},
+        Row{L"127.0.0.01", kInvalidAddress, L"1"}, Row{L"127.0.0.1 ", 0, L" "},
         Row{L"1.2.3.4:80", 0, L":80"}, Row{L"127.0.0.1x", 0, L"x"},
-        Row{L"1.2.3.256", kInvalid, L""}, Row{L"1.2.3.", kInvalid, L""},
-        Row{L"1.2.3.4567", kInvalid, L""}, Row{L"1.2.3.4.", kInvalid, L"."},
-        Row{L"1.2.3.4.5", kInvalid, L".5"}, Row{L" 1.2.3.4", kInvalid, L" 1.2.3.4"},
-        Row{L"", kInvalid, L""}, Row{L"abc", kInvalid, L"abc"}}) {
+        Row{L"1.2.3.256", kInvalidAddress, L""}, Row{L"1.2.3.", kInvalidAddress, L""},
+        Row{L"1.2.3.4567", kInvalidAddress, L""}, Row{L"1.2.3.4.", kInvalidAddress, L"."},
+        Row{L"1.2.3.4.5", kInvalidAddress, L".5"}, Row{L" 1.2.3.4", kInvalidAddress, L" 1.2.3.4"},
+        Row{L"", kInvalidAddress, L""}, Row{L"abc", kInvalidAddress, L"abc"}}) {
     PCWSTR end = nullptr;
     in_addr address = {};
     EXPECT_EQ(parse(row.text, TRUE, &end, &address), row.status) << row.text;
@@ -67,20 +68,20 @@ TEST(RtlIpv6StringToAddressW, ConsumesAsMuchAsItCan) {
                          Row{L"1:2:3:4:5:6:7:8:9", 0, L":9"},
                          Row{L"1:2:3:4:5:6:7::", 0, L""},
                          Row{L"::ffff:01.2.3.4", 0, L""},
-                         Row{L"[::1]", kInvalid, L"[::1]"},
-                         Row{L" ::1", kInvalid, L" ::1"},
-                         Row{L"", kInvalid, L""},
-                         Row{L":", kInvalid, L":"},
-                         Row{L":1::", kInvalid, L":1::"},
-                         Row{L"1:2", kInvalid, L""},
-                         Row{L"abc", kInvalid, L""},
-                         Row{L"::00001", kInvalid, L""},
-                         Row{L"127.0.0.1", kInvalid, L""},
-                         Row{L"::1.2.3", kInvalid, L""},
-                         Row{L"::1.2.3.256", kInvalid, L""},
-                         Row{L"12345::", kInvalid, nullptr},
-                         Row{L"1:22223333:4::", kInvalid, nullptr},
-                         Row{L"1::256.2.3.4", kInvalid, nullptr}}) {
+                         Row{L"[::1]", kInvalidAddress, L"[::1]"},
+                         Row{L" ::1", kInvalidAddress, L" ::1"},
+                         Row{L"", kInvalidAddress, L""},
+                         Row{L":", kInvalidAddress, L":"},
+                         Row{L":1::", kInvalidAddress, L":1::"},
+                         Row{L"1:2", kInvalidAddress, L""},
+                         Row{L"abc", kInvalidAddress, L""},
+                         Row{L"::00001", kInvalidAddress, L""},
+                         Row{L"127.0.0.1", kInvalidAddress, L""},
+                         Row{L"::1.2.3", kInvalidAddress, L""},
+                         Row{L"::1.2.3.256", kInvalidAddress, L""},
+                         Row{L"12345::", kInvalidAddress, nullptr},
+                         Row{L"1:22223333:4::", kInvalidAddress, nullptr},
+                         Row{L"1::256.2.3.4", kInvalidAddress, nullptr}}) {
     PCWSTR end = nullptr;
     in6_addr address = {};
     EXPECT_EQ(parse(row.text, &end, &address), row.status) << row.text;

@@ -50,7 +50,7 @@ class DnsAnswers : public ::testing::Test {
   std::vector<std::wstring> texts_;
 };
 
-using Texts = std::vector<std::wstring>;
+using RecordTexts = std::vector<std::wstring>;
 
 TEST_F(DnsAnswers, AddressIsInTheOrderOfTheNetwork) {
   ASSERT_EQ(Ask(L"kv.example", DNS_TYPE_A), 0);
@@ -105,16 +105,16 @@ TEST_F(DnsAnswers, NameWithoutSuchARecordHasAnother) {
 
 TEST_F(DnsAnswers, ResolverAsksThem) {
   EXPECT_EQ(Resolve(L"kv.example", AF_INET), 0);
-  EXPECT_EQ(texts_, Texts{L"192.0.2.1"});
+  EXPECT_EQ(texts_, RecordTexts{L"192.0.2.1"});
   EXPECT_EQ(Resolve(L"kv.example", AF_INET6), 0);
-  EXPECT_EQ(texts_, Texts{L"2001:db8::1"});
+  EXPECT_EQ(texts_, RecordTexts{L"2001:db8::1"});
   EXPECT_EQ(Resolve(L"alias.example", AF_INET), 0);
-  EXPECT_EQ(texts_, Texts{L"192.0.2.1"});
+  EXPECT_EQ(texts_, RecordTexts{L"192.0.2.1"});
 }
 
 TEST_F(DnsAnswers, ResolverDoesNotFindAnUnknownName) {
   EXPECT_EQ(Resolve(L"nobody.example", AF_INET), WSAHOST_NOT_FOUND);
-  EXPECT_EQ(texts_, Texts{});
+  EXPECT_EQ(texts_, RecordTexts{});
 }
 
 }  // namespace

@@ -11,11 +11,10 @@ namespace {
 using Halvard::Host::UniqueFile;
 using WindowsApi::Contents;
 using WindowsApi::Exists;
+using WindowsApi::kShareAll;
 using WindowsApi::kSpoiled;
 using WindowsApi::LastError;
 using WindowsApi::SpoilLastError;
-
-constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
 class CreateFileTest : public testing::Test {
  protected:

@@ -12,6 +12,7 @@ namespace {
 
 using Halvard::Host::UniqueFile;
 using Halvard::Host::UniqueHandle;
+using WindowsApi::kShareAll;
 using WindowsApi::LastError;
 using WindowsApi::SpoilLastError;
 
@@ -19,7 +20,6 @@ constexpr DWORD kRead = GENERIC_READ;
 constexpr DWORD kWrite = GENERIC_WRITE;
 constexpr DWORD kShareRead = FILE_SHARE_READ;
 constexpr DWORD kShareReadWrite = FILE_SHARE_READ | FILE_SHARE_WRITE;
-constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
 struct Opening {
   DWORD access;

@@ -11,7 +11,7 @@ namespace {
 using Halvard::Host::ComPtr;
 using Halvard::Host::UniqueText;
 
-constexpr auto kInvalid = static_cast<HRESULT>(0x80070057);
+constexpr auto kInvalidArgument = static_cast<HRESULT>(0x80070057);
 constexpr auto kNotFound = static_cast<HRESULT>(0x80070002);
 constexpr LONG kPort = 49'123;
 
@@ -94,13 +94,13 @@ TEST_F(FirewallObjects, RefuseWhatIsNoPortAndNoName) {
   ComPtr<INetFwOpenPort> opening;
   MakeOpening(opening);
   for (const LONG port : {LONG{-1}, LONG{0}, LONG{65'536}}) {
-    EXPECT_EQ(opening->put_Port(port), kInvalid);
+    EXPECT_EQ(opening->put_Port(port), kInvalidArgument);
   }
   EXPECT_EQ(opening->put_Port(1), S_OK);
   EXPECT_EQ(opening->put_Port(65'535), S_OK);
-  EXPECT_EQ(opening->put_Protocol(static_cast<NET_FW_IP_PROTOCOL>(3)), kInvalid);
+  EXPECT_EQ(opening->put_Protocol(static_cast<NET_FW_IP_PROTOCOL>(3)), kInvalidArgument);
   const UniqueText empty(SysAllocString(L""));
-  EXPECT_EQ(opening->put_Name(empty.Get()), kInvalid);
+  EXPECT_EQ(opening->put_Name(empty.Get()), kInvalidArgument);
 }
 
 TEST_F(FirewallObjects, AddFindAndRemoveAnOpening) {
@@ -127,9 +127,9 @@ TEST_F(FirewallObjects, RemoveWhatIsntOpenWithoutAWord) {
   ComPtr<INetFwOpenPorts> ports;
   ASSERT_EQ(profile_->get_GloballyOpenPorts(ports.Put()), S_OK);
   EXPECT_EQ(ports->Remove(kPort, NET_FW_IP_PROTOCOL_TCP), S_OK);
-  EXPECT_EQ(ports->Remove(0, NET_FW_IP_PROTOCOL_TCP), kInvalid);
+  EXPECT_EQ(ports->Remove(0, NET_FW_IP_PROTOCOL_TCP), kInvalidArgument);
   ComPtr<INetFwOpenPort> found;
-  EXPECT_EQ(ports->Item(0, NET_FW_IP_PROTOCOL_TCP, found.Put()), kInvalid);
+  EXPECT_EQ(ports->Item(0, NET_FW_IP_PROTOCOL_TCP, found.Put()), kInvalidArgument);
 }
 
 }  // namespace

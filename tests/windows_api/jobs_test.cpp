@@ -9,12 +9,11 @@ namespace {
 
 using Halvard::Host::UniqueHandle;
 using WindowsApi::ChildLine;
+using WindowsApi::kTimeout;
 using WindowsApi::LastError;
 using WindowsApi::ScratchFolder;
 using WindowsApi::SpoilLastError;
 using WindowsApi::StartedProcess;
-
-constexpr unsigned kTimeout = 258;
 
 class Job : public testing::Test {
  protected:

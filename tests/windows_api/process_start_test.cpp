@@ -16,15 +16,15 @@ using testing::EndsWith;
 using testing::StartsWith;
 using WindowsApi::ChildLine;
 using WindowsApi::ChildProgram;
+using WindowsApi::kTimeout;
 using WindowsApi::LastError;
 using WindowsApi::ScratchFolder;
 using WindowsApi::SpoilLastError;
 using WindowsApi::StartedProcess;
 
-constexpr unsigned kTimeout = 258;
 constexpr unsigned kRuns = 259;
 
-unsigned Look(HANDLE object) { return static_cast<unsigned>(WaitForSingleObject(object, 0)); }
+unsigned LookAt(HANDLE object) { return static_cast<unsigned>(WaitForSingleObject(object, 0)); }
 
 unsigned ExitCodeNow(HANDLE process) {
   DWORD code = 0;
@@ -36,11 +36,11 @@ TEST(StartedProcess, StaysSuspendedUntilItIsResumed) {
   StartedProcess child(ChildLine(L"exit 7"));
   ASSERT_EQ(child.Error(), 0u);
   EXPECT_EQ(WaitForSingleObject(child.Handle(), 50), kTimeout);
-  EXPECT_EQ(Look(child.Thread()), kTimeout);
+  EXPECT_EQ(LookAt(child.Thread()), kTimeout);
   EXPECT_EQ(ExitCodeNow(child.Handle()), kRuns);
   EXPECT_EQ(ResumeThread(child.Thread()), 1u);
   EXPECT_EQ(child.ExitCode(), 7u);
-  EXPECT_EQ(Look(child.Handle()), 0u);
+  EXPECT_EQ(LookAt(child.Handle()), 0u);
   EXPECT_EQ(WaitForSingleObject(child.Thread(), INFINITE), 0u);
 }
 

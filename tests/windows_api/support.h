@@ -39,6 +39,12 @@ struct RegisteredService {
 /// it.
 bool KnowConformanceNames();
 
+/// What waiting answers when the time has run out.
+inline constexpr unsigned kTimeout = 258;
+
+/// Others may do with an open file whatever they want.
+inline constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+
 /// Scripts for the command interpreter: one prints its first two arguments, the other ends with 7.
 extern const char kEchoTwoArguments[];
 extern const char kExitWithSeven[];

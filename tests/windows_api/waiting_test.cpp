@@ -10,10 +10,10 @@
 namespace {
 
 using Halvard::Host::UniqueHandle;
+using WindowsApi::kTimeout;
 using WindowsApi::LastError;
 using WindowsApi::SpoilLastError;
 
-constexpr unsigned kTimeout = 258;
 constexpr unsigned kFailed = 0xFFFFFFFF;
 
 UniqueHandle NewEvent(bool manual, bool set = false) {

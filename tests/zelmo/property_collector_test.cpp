@@ -11,10 +11,9 @@ namespace {
 using Testing::ContentOf;
 using Testing::FailureOf;
 using testing::HasSubstr;
+using Testing::kVersion;
 using Testing::RequestEnvelope;
 using Tunrak::Testing::ScriptedServer;
-
-const Version kVersion("test", "1", "test.version1", "urn:test", "\"urn:test/1\"");
 
 std::string Page(const std::string& result, const std::string& operation = "RetrieveProperties") {
   return Testing::Response(operation, result, "urn:test");

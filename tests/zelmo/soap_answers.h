@@ -12,6 +12,10 @@
 
 namespace Zelmo::Testing {
 
+/// The version and the object of calls.
+inline const Version kVersion("test", "1", "test.version1", "urn:test", "\"urn:test/1\"");
+inline const MoRef kSelf{"Folder", "group-d1"};
+
 /// An envelope around the body's content.
 inline std::string Envelope(const std::string& body) {
   return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"

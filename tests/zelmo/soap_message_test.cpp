@@ -13,18 +13,17 @@ using Testing::Envelope;
 using Testing::FailureOf;
 using Testing::FaultBody;
 using testing::HasSubstr;
+using Testing::kSelf;
+using Testing::kVersion;
 using testing::Not;
 using Testing::RequestEnvelope;
 using Testing::ResponseBody;
-
-const Version kVersion("test", "1", "test.version1", "urn:test", "\"urn:test/1\"");
-const MoRef kSelf{"Folder", "group-d1"};
 
 std::unique_ptr<Answer> Parse(const std::string& text) {
   return std::make_unique<Answer>(std::vector<char>(text.begin(), text.end()));
 }
 
-std::string Refusal(const std::string& text) {
+std::string AnswerRefusal(const std::string& text) {
   return FailureOf([&] { Parse(text)->Results(kVersion, "Do"); });
 }
 
@@ -96,39 +95,39 @@ TEST(Answer, ResultsAreHandedOutInOrder) {
 }
 
 TEST(Answer, PrefixesAreFreeAndNamespacesCount) {
-  EXPECT_EQ(Refusal("<S:Envelope xmlns:S=\"http://schemas.xmlsoap.org/soap/envelope/\">"
-                    "<S:Header><x/></S:Header><S:Body>"
-                    "<t:DoResponse xmlns:t=\"urn:test\"/></S:Body></S:Envelope>"),
+  EXPECT_EQ(AnswerRefusal("<S:Envelope xmlns:S=\"http://schemas.xmlsoap.org/soap/envelope/\">"
+                          "<S:Header><x/></S:Header><S:Body>"
+                          "<t:DoResponse xmlns:t=\"urn:test\"/></S:Body></S:Envelope>"),
             "");
-  EXPECT_EQ(Refusal(ResponseBody("Do", "", "urn:other")),
+  EXPECT_EQ(AnswerRefusal(ResponseBody("Do", "", "urn:other")),
             "Unexpected answer: \"DoResponse\" instead of one to Do.");
-  EXPECT_EQ(Refusal("<Envelope><Body><DoResponse/></Body></Envelope>"),
+  EXPECT_EQ(AnswerRefusal("<Envelope><Body><DoResponse/></Body></Envelope>"),
             "Unexpected answer: no SOAP envelope.");
 }
 
 TEST(Answer, WhatIsNoAnswerIsRefused) {
-  EXPECT_THAT(Refusal(""), HasSubstr("Bad XML"));
-  EXPECT_THAT(Refusal("garbage"), HasSubstr("Bad XML"));
-  EXPECT_THAT(Refusal("{\"a\": 1}"), HasSubstr("Bad XML"));
-  EXPECT_THAT(Refusal("<html><body>x</body></html>"), HasSubstr("no SOAP envelope"));
-  EXPECT_EQ(Refusal(ResponseBody("Undo", "", "urn:test")),
+  EXPECT_THAT(AnswerRefusal(""), HasSubstr("Bad XML"));
+  EXPECT_THAT(AnswerRefusal("garbage"), HasSubstr("Bad XML"));
+  EXPECT_THAT(AnswerRefusal("{\"a\": 1}"), HasSubstr("Bad XML"));
+  EXPECT_THAT(AnswerRefusal("<html><body>x</body></html>"), HasSubstr("no SOAP envelope"));
+  EXPECT_EQ(AnswerRefusal(ResponseBody("Undo", "", "urn:test")),
             "Unexpected answer: \"UndoResponse\" instead of one to Do.");
-  EXPECT_THAT(Refusal(Envelope("")), HasSubstr("\"soapenv:Body\" is empty"));
-  EXPECT_THAT(Refusal(Envelope("<a/><b/>")), HasSubstr("has more than one element"));
-  EXPECT_THAT(Refusal(Envelope("text")), HasSubstr("is empty"));
-  EXPECT_EQ(Refusal(ForTest("<other/>")),
+  EXPECT_THAT(AnswerRefusal(Envelope("")), HasSubstr("\"soapenv:Body\" is empty"));
+  EXPECT_THAT(AnswerRefusal(Envelope("<a/><b/>")), HasSubstr("has more than one element"));
+  EXPECT_THAT(AnswerRefusal(Envelope("text")), HasSubstr("is empty"));
+  EXPECT_EQ(AnswerRefusal(ForTest("<other/>")),
             "Unexpected answer: \"DoResponse\" has an unexpected \"other\".");
-  EXPECT_EQ(Refusal(ForTest("text")),
+  EXPECT_EQ(AnswerRefusal(ForTest("text")),
             "Unexpected answer: \"DoResponse\" holds text among its members.");
-  EXPECT_THAT(Refusal("<a><b></a></b>"), HasSubstr("Start-end tags mismatch"));
-  EXPECT_THAT(Refusal(ForTest("<result a=b/>")), HasSubstr("Unexpected answer"));
+  EXPECT_THAT(AnswerRefusal("<a><b></a></b>"), HasSubstr("Start-end tags mismatch"));
+  EXPECT_THAT(AnswerRefusal(ForTest("<result a=b/>")), HasSubstr("Unexpected answer"));
 }
 
 TEST(Answer, EachBeginningOfAnAnswerIsRefused) {
   const std::string whole = ForTest("<result type=\"Folder\">group-d1</result>");
-  EXPECT_EQ(Refusal(whole), "");
+  EXPECT_EQ(AnswerRefusal(whole), "");
   for (std::size_t size = 0; size < whole.size(); ++size) {
-    EXPECT_NE(Refusal(whole.substr(0, size)), "") << size;
+    EXPECT_NE(AnswerRefusal(whole.substr(0, size)), "") << size;
   }
 }
 

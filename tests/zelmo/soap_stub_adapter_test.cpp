@@ -18,6 +18,8 @@ using Testing::FailureOf;
 using Testing::FaultAnswer;
 using Testing::FaultBody;
 using testing::HasSubstr;
+using Testing::kSelf;
+using Testing::kVersion;
 using Testing::MakeAdapter;
 using testing::Not;
 using Testing::RequestEnvelope;
@@ -25,9 +27,6 @@ using Testing::ResponseBody;
 using testing::StartsWith;
 using Tunrak::Testing::HttpAnswer;
 using Tunrak::Testing::ScriptedServer;
-
-const Version kVersion("test", "1", "test.version1", "urn:test", "\"urn:test/1\"");
-const MoRef kSelf{"Folder", "group-d1"};
 
 std::string Response(const std::string& results) {
   return Testing::Response("Do", results, "urn:test");

@@ -18,7 +18,7 @@ class Widget : public ManagedObject {
 };
 
 const Type kWidget("Widget", NewStub<Widget>);
-const Version kVersion("widgets", "2", "widgets.version2", "urn:widgets", "\"urn:widgets/2\"");
+const Version kWidgets("widgets", "2", "widgets.version2", "urn:widgets", "\"urn:widgets/2\"");
 
 const Type& Widget::StaticType() { return kWidget; }
 
@@ -44,8 +44,8 @@ TEST(FindType, TypesAreKnownByTheirNames) {
 TEST(FindVersion, VersionsAreKnownByNameAndIdOrByTheirOneName) {
   InitializeStaticTypes();
   InitializeStaticTypes();
-  EXPECT_EQ(FindVersion("widgets", "2"), &kVersion);
-  EXPECT_EQ(FindVersionByVmodlName("widgets.version2"), &kVersion);
+  EXPECT_EQ(FindVersion("widgets", "2"), &kWidgets);
+  EXPECT_EQ(FindVersionByVmodlName("widgets.version2"), &kWidgets);
   EXPECT_EQ(Testing::FailureOf([] { FindVersion("widgets", "3"); }),
             "Unknown version \"widgets\", \"3\".");
   EXPECT_EQ(Testing::FailureOf([] { FindVersionByVmodlName("widgets.version3"); }),

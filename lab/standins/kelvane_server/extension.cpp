@@ -23,11 +23,6 @@ Description ReadDescription(pugi::xml_node node, std::string_view space) {
   return description;
 }
 
-std::optional<std::string> ReadOptional(pugi::xml_node node) {
-  if (!node) return std::nullopt;
-  return ReadText(node);
-}
-
 ExtensionServer ReadServer(pugi::xml_node node, std::string_view space) {
   Members members(node, space);
   ExtensionServer server;
@@ -38,7 +33,7 @@ ExtensionServer ReadServer(pugi::xml_node node, std::string_view space) {
   for (const pugi::xml_node mail : members.List("adminEmail")) {
     server.adminEmail.push_back(ReadText(mail));
   }
-  server.serverThumbprint = ReadOptional(members.Optional("serverThumbprint"));
+  server.serverThumbprint = ReadOptionalText(members.Optional("serverThumbprint"));
   members.End();
   return server;
 }
@@ -95,10 +90,10 @@ Extension ReadExtension(pugi::xml_node node, std::string_view space) {
   extension.description = ReadDescription(members.Required("description"), space);
   extension.key = ReadText(members.Required("key"));
   if (extension.key.empty()) Refuse("An extension needs a key.", "InvalidArgument");
-  extension.company = ReadOptional(members.Optional("company"));
-  extension.type = ReadOptional(members.Optional("type"));
+  extension.company = ReadOptionalText(members.Optional("company"));
+  extension.type = ReadOptionalText(members.Optional("type"));
   extension.version = ReadText(members.Required("version"));
-  extension.subjectName = ReadOptional(members.Optional("subjectName"));
+  extension.subjectName = ReadOptionalText(members.Optional("subjectName"));
   for (const pugi::xml_node server : members.List("server")) {
     extension.server.push_back(ReadServer(server, space));
   }

@@ -19,11 +19,6 @@ struct Filter {
   std::optional<EndPointType> endPointType;
 };
 
-std::optional<std::string> ReadOptional(pugi::xml_node node) {
-  if (!node) return std::nullopt;
-  return ReadText(node);
-}
-
 Filter ReadFilter(pugi::xml_node node, std::string_view space) {
   Members members(node, space);
   Filter filter;
@@ -35,8 +30,8 @@ Filter ReadFilter(pugi::xml_node node, std::string_view space) {
   if (const pugi::xml_node child = members.Optional("endpointType")) {
     Members type(child, space);
     filter.endPointType.emplace();
-    filter.endPointType->protocol = ReadOptional(type.Optional("protocol"));
-    filter.endPointType->type = ReadOptional(type.Optional("type"));
+    filter.endPointType->protocol = ReadOptionalText(type.Optional("protocol"));
+    filter.endPointType->type = ReadOptionalText(type.Optional("type"));
     type.End();
   }
   members.End();

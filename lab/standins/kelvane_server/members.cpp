@@ -106,6 +106,11 @@ std::string ReadText(pugi::xml_node node) {
   return TextOf(node);
 }
 
+std::optional<std::string> ReadOptionalText(pugi::xml_node node) {
+  if (!node) return std::nullopt;
+  return ReadText(node);
+}
+
 bool ReadBoolean(pugi::xml_node node) {
   const std::string text = ReadText(node);
   if (text != "true" && text != "false") {

@@ -48,6 +48,8 @@ class Members {
 
 /// The text of an element without children or attributes.
 std::string ReadText(pugi::xml_node node);
+/// The same; nothing for a null node.
+std::optional<std::string> ReadOptionalText(pugi::xml_node node);
 /// "true" or "false".
 bool ReadBoolean(pugi::xml_node node);
 /// Decimal, 32 bits, signed.

@@ -24,7 +24,7 @@ std::string Now() {
   return text;
 }
 
-std::string WriteReference(const char* element, const std::string& type, const std::string& id) {
+std::string ReferenceElement(const char* element, const std::string& type, const std::string& id) {
   const std::string name = element;
   return "<" + name + " type=\"" + type + "\">" + EscapeXml(id) + "</" + name + ">";
 }
@@ -133,13 +133,13 @@ void ServerObjects::RecordExtensions() {
 ServiceAnswer ServerObjects::RetrieveContent(Call& call) {
   call.arguments.End();
   std::string members =
-      WriteReference("rootFolder", "Folder", inventory_.IdOf(kRootFolder)) +
-      WriteReference("propertyCollector", "PropertyCollector", IdOf("PropertyCollector"));
+      ReferenceElement("rootFolder", "Folder", inventory_.IdOf(kRootFolder)) +
+      ReferenceElement("propertyCollector", "PropertyCollector", IdOf("PropertyCollector"));
   if (config_.content.sessionManager) {
-    members += WriteReference("sessionManager", "SessionManager", IdOf("SessionManager"));
+    members += ReferenceElement("sessionManager", "SessionManager", IdOf("SessionManager"));
   }
   if (config_.content.extensionManager) {
-    members += WriteReference("extensionManager", "ExtensionManager", IdOf("ExtensionManager"));
+    members += ReferenceElement("extensionManager", "ExtensionManager", IdOf("ExtensionManager"));
   }
   return {Result(members), {}};
 }

@@ -18,8 +18,6 @@ using testing::Not;
 using Testing::RunAgent;
 using Testing::WarningLine;
 
-constexpr wchar_t kPrompt[] = L"Enter Administrator@ostrel.local password: ";
-
 TEST(Credentials, ThreeWrongPasswordsAtATerminalEndTheRun) {
   SKIP_WITHOUT_SLAPD();
   const Lab::Slapd directory({.version = std::nullopt});
@@ -27,7 +25,7 @@ TEST(Credentials, ThreeWrongPasswordsAtATerminalEndTheRun) {
   Lab::PlaceDirectory(machine, directory, "localhost", 11712);
   AgentProcess agent(machine, {});
   for (const wchar_t* password : {L"s3cret-1", L"s3cret-\u00e4\u6771", L"s3cret-3x\b"}) {
-    agent.WaitFor(kPrompt);
+    agent.WaitFor(kPasswordPrompt);
     agent.TypeMasked(std::wstring(password) + L"\r");
     agent.WaitFor(English(1050) + L"\n");
   }
@@ -37,7 +35,7 @@ TEST(Credentials, ThreeWrongPasswordsAtATerminalEndTheRun) {
   const AgentRun run = agent.Wait();
 
   EXPECT_EQ(run.exitCode, kFailureCode);
-  const std::wstring masked = std::wstring(kPrompt) + L"********\n" + English(1050) + L"\n";
+  const std::wstring masked = std::wstring(kPasswordPrompt) + L"********\n" + English(1050) + L"\n";
   EXPECT_THAT(run.console, HasSubstr(masked));
   EXPECT_THAT(run.console, HasSubstr(L": *********\n"));
   EXPECT_THAT(run.console, HasSubstr(L": *********\b \b\n"));
@@ -82,7 +80,7 @@ TEST(Credentials, KelvaneServersAdministratorIsAskedForToo) {
                             L"HttpsProxyPort", port);
   AgentProcess agent(machine, {});
   for (int i = 0; i < 3; ++i) {
-    agent.WaitFor(kPrompt);
+    agent.WaitFor(kPasswordPrompt);
     agent.TypeMasked(L"s3cret\r");
     agent.WaitFor(English(1058) + L"\n");
   }
@@ -100,7 +98,7 @@ TEST(Credentials, KelvaneServersAdministratorIsAskedForToo) {
 TEST(Credentials, CtrlCAtAPromptIsSwallowed) {
   const Lab::Instance machine("infrastructure-5.5");
   AgentProcess agent(machine, {});
-  agent.WaitFor(kPrompt);
+  agent.WaitFor(kPasswordPrompt);
   agent.TypeMasked(L"ab");
   agent.WaitFor(L"**");
   // The terminal of the host drops what was typed ahead of Ctrl+C, so each piece waits for the
@@ -111,14 +109,14 @@ TEST(Credentials, CtrlCAtAPromptIsSwallowed) {
   agent.WaitFor(L"**");
   agent.Type(L"\r");
   for (int i = 0; i < 2; ++i) {
-    agent.WaitFor(kPrompt);
+    agent.WaitFor(kPasswordPrompt);
     agent.TypeMasked(L"\r");
   }
   agent.WaitFor(English(1126));
   agent.Type(L"\r");
   const AgentRun run = agent.Wait();
   EXPECT_EQ(run.exitCode, kFailureCode);
-  EXPECT_THAT(run.console, HasSubstr(std::wstring(kPrompt) + L"****\n"));
+  EXPECT_THAT(run.console, HasSubstr(std::wstring(kPasswordPrompt) + L"****\n"));
   EXPECT_THAT(run.console, Not(HasSubstr(English(1045))));
 }
 
@@ -126,7 +124,7 @@ TEST(Credentials, WithoutAConsoleThreeEmptyPasswordsEndTheRun) {
   const Lab::Instance machine("infrastructure-5.5");
   const AgentRun run = RunAgent(machine, {});
   EXPECT_EQ(run.exitCode, kFailureCode);
-  const std::wstring attempt = std::wstring(kPrompt) + L"\n" + English(1050) + L"\n";
+  const std::wstring attempt = std::wstring(kPasswordPrompt) + L"\n" + English(1050) + L"\n";
   EXPECT_EQ(WithoutLogNotice(run.console), English(1014) + L"\n" + attempt + attempt + attempt +
                                                English(1042) + L"\n" + English(1126) + L"\n");
 }

@@ -12,9 +12,6 @@ using Testing::ErrorLine;
 using testing::HasSubstr;
 using Testing::RunAgent;
 
-constexpr std::uint16_t kGerman = 1031;
-constexpr std::uint16_t kEnglish = 1033;
-
 /// How a machine's refusal reads: the console's text is in the machine's language.
 struct Refusal {
   const char* name;

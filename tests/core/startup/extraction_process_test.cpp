@@ -19,7 +19,6 @@ using Testing::kAcceptedPassword;
 using Testing::LogLine;
 using testing::Not;
 
-constexpr wchar_t kFolder[] = L"%LOCALAPPDATA%\\Ostrel\\Halvard\\PythonURExtractDir";
 constexpr wchar_t kInterpreter[] =
     L"%LOCALAPPDATA%\\Ostrel\\Halvard\\PythonURExtractDir\\PFiles\\Ostrel\\Rimsa\\python\\python.exe";
 const std::wstring kSaid = L"PythonUpgradeRunnerExtractor::ExtractPythonAndUpgradeRunner: ";
@@ -54,7 +53,7 @@ TEST_F(ExtractionAtStart, ComesBeforeTheInventoryAndIsUndoneAtTheEnd) {
   EXPECT_TRUE(machine_.FileExists(kInterpreter));
   agent.EndInput();
   const AgentRun run = agent.Wait();
-  EXPECT_FALSE(machine_.FileExists(kFolder));
+  EXPECT_FALSE(machine_.FileExists(kRunnerFolder));
   EXPECT_THAT(run.log, Contains(Field(&LogLine::message,
                                       HasSubstr(L"Successfully cleaned up temporary directory"))));
 }
@@ -70,7 +69,7 @@ TEST_F(ExtractionAtStart, FailureEndsTheRunBeforeTheInventory) {
       AllOf(Contains(ErrorLine(kSaid + L"Failed to extract UpgradeRunner msi.")),
             Contains(ErrorLine(kSaid + L"Failed to extract upgrade scripts. Error code: 2")),
             Not(Contains(Field(&LogLine::message, HasSubstr(L"Inventory"))))));
-  EXPECT_FALSE(machine_.FileExists(kFolder));
+  EXPECT_FALSE(machine_.FileExists(kRunnerFolder));
 }
 
 TEST_F(ExtractionAtStart, OperatorReadsOfAPendingInstallationBeforeTheFolderGoes) {
@@ -83,7 +82,7 @@ TEST_F(ExtractionAtStart, OperatorReadsOfAPendingInstallationBeforeTheFolderGoes
   EXPECT_TRUE(machine_.FileExists(kInterpreter));
   agent.Type(L"\r");
   EXPECT_EQ(agent.Wait().exitCode, kFailureCode);
-  EXPECT_FALSE(machine_.FileExists(kFolder));
+  EXPECT_FALSE(machine_.FileExists(kRunnerFolder));
 }
 
 TEST_F(ExtractionAtStart, KilledRunLeavesAFolderThatTheNextOneClears) {
@@ -93,15 +92,15 @@ TEST_F(ExtractionAtStart, KilledRunLeavesAFolderThatTheNextOneClears) {
   killed.Signal(SIGKILL);
   (void)killed.Wait();
   EXPECT_TRUE(machine_.FileExists(kInterpreter));
-  machine_.WriteFile(std::wstring(kFolder) + L"\\left behind", "x");
+  machine_.WriteFile(std::wstring(kRunnerFolder) + L"\\left behind", "x");
 
   AgentProcess next = Start();
   next.WaitFor(English(1015));
-  EXPECT_FALSE(machine_.FileExists(std::wstring(kFolder) + L"\\left behind"));
+  EXPECT_FALSE(machine_.FileExists(std::wstring(kRunnerFolder) + L"\\left behind"));
   EXPECT_TRUE(machine_.FileExists(kInterpreter));
   next.EndInput();
   (void)next.Wait();
-  EXPECT_FALSE(machine_.FileExists(kFolder));
+  EXPECT_FALSE(machine_.FileExists(kRunnerFolder));
 }
 
 }  // namespace

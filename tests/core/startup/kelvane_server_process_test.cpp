@@ -20,15 +20,14 @@ using Testing::WarningLine;
 
 constexpr char kAdministrator[] = "Administrator@ostrel.local";
 // What a command line and a terminal take as they come.
-constexpr wchar_t kPassword[] = L"s3cret <\u8A66&\u00E4>";
-constexpr char kPasswordBytes[] = "s3cret <\u8A66&\u00E4>";
-constexpr wchar_t kPrompt[] = L"Enter Administrator@ostrel.local password: ";
+constexpr wchar_t kOddPassword[] = L"s3cret <\u8A66&\u00E4>";
+constexpr char kOddPasswordBytes[] = "s3cret <\u8A66&\u00E4>";
 
 /// A server that knows the administrator.
-Json::Value Config() {
+Json::Value ServerConfig() {
   Json::Value config = KelvaneServer::UsualConfig();
   config["users"][0]["name"] = kAdministrator;
-  config["users"][0]["password"] = kPasswordBytes;
+  config["users"][0]["password"] = kOddPasswordBytes;
   return config;
 }
 
@@ -65,10 +64,10 @@ std::vector<std::string> LoginOutcomes(const KelvaneServer& server) {
 }
 
 TEST(KelvaneServerAtStart, RightPasswordIsProvenAndTheInventoryCounted) {
-  KelvaneServer server(Config());
+  KelvaneServer server(ServerConfig());
   const ServerMachine machine(server.Port());
 
-  const AgentRun run = RunWith(machine, kPassword);
+  const AgentRun run = RunWith(machine, kOddPassword);
   server.Stop();
 
   EXPECT_THAT(
@@ -87,19 +86,19 @@ TEST(KelvaneServerAtStart, RightPasswordIsProvenAndTheInventoryCounted) {
               ElementsAre("RetrieveContent", "Login", "Logout", "RetrieveContent", "Login",
                           "RetrieveProperties", "RetrieveProperties", "Logout"));
   EXPECT_EQ(server.Events("stop").at(0)["openSessions"].asInt(), 0);
-  EXPECT_THAT(run.allOutput, Not(HasSubstr(kPassword)));
-  EXPECT_THAT(server.JournalText(), Not(HasSubstr(kPasswordBytes)));
+  EXPECT_THAT(run.allOutput, Not(HasSubstr(kOddPassword)));
+  EXPECT_THAT(server.JournalText(), Not(HasSubstr(kOddPasswordBytes)));
 }
 
 TEST(KelvaneServerAtStart, BigInventoryIsCountedPageByPage) {
-  Json::Value config = Config();
+  Json::Value config = ServerConfig();
   config["inventory"]["hosts"] = 1'001;
   config["inventory"]["machines"] = 2'500;
   config["inventory"]["virtualApps"] = 40;
   const KelvaneServer server(config);
   const ServerMachine machine(server.Port());
 
-  const AgentRun run = RunWith(machine, kPassword);
+  const AgentRun run = RunWith(machine, kOddPassword);
 
   EXPECT_THAT(run.log, AllOf(Contains(InfoLine(L"GetNumHosts: Aggregated host count: 1000")),
                              Contains(InfoLine(L"GetNumHosts: Aggregated host count: 1001")),
@@ -110,11 +109,11 @@ TEST(KelvaneServerAtStart, BigInventoryIsCountedPageByPage) {
 }
 
 TEST(KelvaneServerAtStart, ThreeWrongPasswordsAtATerminalEndTheRun) {
-  const KelvaneServer server(Config());
+  const KelvaneServer server(ServerConfig());
   const ServerMachine machine(server.Port());
   AgentProcess agent(machine, {});
   for (const wchar_t* password : {L"wr0ng-1", L"wr0ng-2", L""}) {
-    agent.WaitFor(kPrompt);
+    agent.WaitFor(kPasswordPrompt);
     agent.TypeMasked(std::wstring(password) + L"\r");
     agent.WaitFor(English(1058) + L"\n");
   }
@@ -136,24 +135,24 @@ TEST(KelvaneServerAtStart, ThreeWrongPasswordsAtATerminalEndTheRun) {
 }
 
 TEST(KelvaneServerAtStart, WrongPasswordAtATerminalMayBeFollowedByTheRightOne) {
-  const KelvaneServer server(Config());
+  const KelvaneServer server(ServerConfig());
   const ServerMachine machine(server.Port());
   AgentProcess agent(machine, {});
-  agent.WaitFor(kPrompt);
+  agent.WaitFor(kPasswordPrompt);
   agent.TypeMasked(L"wrong\r");
-  agent.WaitFor(kPrompt);
-  agent.TypeMasked(std::wstring(kPassword) + L"\r");
+  agent.WaitFor(kPasswordPrompt);
+  agent.TypeMasked(std::wstring(kOddPassword) + L"\r");
   agent.WaitForLog(InfoLine(L"GetInventorySize: Inventory size retrieved. Hosts:12, VMs:57"));
 
   EXPECT_THAT(LoginOutcomes(server), ElementsAre("faultInvalidLogin", "answered", "answered"));
 }
 
 TEST(KelvaneServerAtStart, ServerThatIsDownIsARefusedPassword) {
-  KelvaneServer server(Config());
+  KelvaneServer server(ServerConfig());
   const ServerMachine machine(server.Port());
   server.Stop();
 
-  const AgentRun run = RunWith(machine, kPassword);
+  const AgentRun run = RunWith(machine, kOddPassword);
 
   EXPECT_EQ(run.exitCode, kFailureCode);
   EXPECT_THAT(run.console, HasSubstr(English(1058)));
@@ -163,12 +162,12 @@ TEST(KelvaneServerAtStart, ServerThatIsDownIsARefusedPassword) {
 }
 
 TEST(KelvaneServerAtStart, FailedLogoutIsARefusedPassword) {
-  Json::Value config = Config();
+  Json::Value config = ServerConfig();
   config["session"]["requests"] = 0;
   const KelvaneServer server(config);
   const ServerMachine machine(server.Port());
 
-  const AgentRun run = RunWith(machine, kPassword);
+  const AgentRun run = RunWith(machine, kOddPassword);
 
   EXPECT_EQ(run.exitCode, kFailureCode);
   EXPECT_THAT(run.console, HasSubstr(English(1058)));
@@ -176,7 +175,7 @@ TEST(KelvaneServerAtStart, FailedLogoutIsARefusedPassword) {
 }
 
 TEST(KelvaneServerAtStart, CountThatBreaksOffIsAnEmptyInventory) {
-  Json::Value config = Config();
+  Json::Value config = ServerConfig();
   // More than are supported, had the count come to its end.
   config["inventory"]["hosts"] = 1'001;
   // Two requests a session: the logout of the proof; the two pages of hosts.
@@ -184,7 +183,7 @@ TEST(KelvaneServerAtStart, CountThatBreaksOffIsAnEmptyInventory) {
   const KelvaneServer server(config);
   const ServerMachine machine(server.Port());
 
-  const AgentRun run = RunWith(machine, kPassword);
+  const AgentRun run = RunWith(machine, kOddPassword);
 
   EXPECT_THAT(run.console, AllOf(HasSubstr(English(1059) + L"\n"), Not(HasSubstr(English(1060)))));
   EXPECT_THAT(
@@ -198,14 +197,14 @@ TEST(KelvaneServerAtStart, CountThatBreaksOffIsAnEmptyInventory) {
 }
 
 TEST(KelvaneServerAtStart, CutAnswerIsAFailedCount) {
-  Json::Value config = Config();
+  Json::Value config = ServerConfig();
   config["faults"][0]["operation"] = "RetrieveProperties";
   config["faults"][0]["kind"] = "cut";
   config["faults"][0]["afterBytes"] = 300;
   const KelvaneServer server(config);
   const ServerMachine machine(server.Port());
 
-  const AgentRun run = RunWith(machine, kPassword);
+  const AgentRun run = RunWith(machine, kOddPassword);
 
   EXPECT_THAT(run.console, HasSubstr(English(1059) + L"\n"));
   EXPECT_THAT(run.log, Contains(InfoLine(L"wmain: Inventory size retrieved. Num of Hosts: 0, "

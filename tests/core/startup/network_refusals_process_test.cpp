@@ -20,7 +20,6 @@ using testing::Not;
 constexpr wchar_t kPassword[] = L"s3cret-unmistakable-6";
 constexpr wchar_t kTimeServiceKey[] =
     L"HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet\\Services\\W32Time\\Parameters";
-constexpr std::uint16_t kEnglish = 1033;
 constexpr std::uint16_t kJapanese = 1041;
 
 /// The console's last words in a language, with line ends.

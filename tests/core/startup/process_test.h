@@ -29,13 +29,16 @@ inline std::wstring Message(std::uint16_t language, std::uint16_t id,
   return text;
 }
 
+inline constexpr std::uint16_t kEnglish = 1033;
+inline constexpr std::uint16_t kGerman = 1031;
+
 inline std::wstring English(std::uint16_t id, const std::vector<std::wstring>& arguments = {}) {
-  return Message(1033, id, arguments);
+  return Message(kEnglish, id, arguments);
 }
 
 /// The console of a failed run without the notice that its logs lie on the desktop, which has to be
 /// there. The bundle's name tells the time.
-inline std::wstring WithoutLogNotice(std::wstring console, std::uint16_t language = 1033) {
+inline std::wstring WithoutLogNotice(std::wstring console, std::uint16_t language = kEnglish) {
   const std::wstring bundle = std::wstring(Lab::Instance::kProfile) +
                               L"\\Desktop\\Ostrel-HV-logs-" + std::wstring(14, L'?') + L".zip";
   const std::wstring notice = L"\n" + Message(language, 1162, {bundle}) + L"\n";
@@ -65,6 +68,12 @@ inline Json::Value Status(const Json::Value& initialization, const std::wstring&
   status["thumbprint"] = thumbprint;
   return status;
 }
+
+/// What a run without a password asks for.
+inline constexpr wchar_t kPasswordPrompt[] = L"Enter Administrator@ostrel.local password: ";
+
+/// Where the upgrade runner is unpacked.
+inline constexpr wchar_t kRunnerFolder[] = L"%LOCALAPPDATA%\\Ostrel\\Halvard\\PythonURExtractDir";
 
 /// The exit code of every failure: -1, of which a host process keeps the lower byte.
 inline constexpr int kFailureCode = 255;

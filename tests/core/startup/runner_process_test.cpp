@@ -28,15 +28,14 @@ using testing::StartsWith;
 
 namespace fs = std::filesystem;
 
-constexpr wchar_t kPassword[] = L"s3cret-unmistakable-7";
-constexpr char kPasswordBytes[] = "s3cret-unmistakable-7";
+constexpr wchar_t kEasilyFoundPassword[] = L"s3cret-unmistakable-7";
+constexpr char kEasilyFoundBytes[] = "s3cret-unmistakable-7";
 constexpr wchar_t kTemp[] = L"%LOCALAPPDATA%\\Temp\\";
-constexpr wchar_t kFolder[] = L"%LOCALAPPDATA%\\Ostrel\\Halvard\\PythonURExtractDir";
 
-Json::Value Config() {
+Json::Value RunnerConfig() {
   Json::Value config = KelvaneServer::UsualConfig();
   config["users"][0]["name"] = "Administrator@ostrel.local";
-  config["users"][0]["password"] = kPasswordBytes;
+  config["users"][0]["password"] = kEasilyFoundBytes;
   return config;
 }
 
@@ -54,7 +53,7 @@ class RunnerAtStart : public testing::Test {
     machine_.MakeFolder(L"%LOCALAPPDATA%\\Ostrel\\Halvard\\hv_cert.pem");
   }
 
-  AgentRun Run() const { return Testing::RunAgent(machine_, {L"-p", kPassword}); }
+  AgentRun Run() const { return Testing::RunAgent(machine_, {L"-p", kEasilyFoundPassword}); }
 
   /// A run that the checks end.
   AgentRun RunInVain() const {
@@ -66,14 +65,14 @@ class RunnerAtStart : public testing::Test {
 
   void ExpectNothingLeft() const {
     EXPECT_THAT(Lab::ProcessesOf(machine_), IsEmpty());
-    EXPECT_FALSE(machine_.FileExists(kFolder));
+    EXPECT_FALSE(machine_.FileExists(kRunnerFolder));
     EXPECT_THAT(machine_.ListFolder(kTemp), testing::IsSupersetOf({std::wstring(L"halvard.log"),
                                                                    std::wstring(L"kvsMigration")}));
     EXPECT_THAT(machine_.ListFolder(kTemp), Not(Contains(StartsWith(L"UpgradeRunner"))));
     EXPECT_THAT(machine_.ListFolder(L"C:\\"), Not(Contains(StartsWith(L"mig"))));
     for (const auto& entry : fs::recursive_directory_iterator(machine_.Folder())) {
       if (!entry.is_regular_file()) continue;
-      EXPECT_THAT(HostFile(entry.path()), Not(HasSubstr(kPasswordBytes))) << entry.path();
+      EXPECT_THAT(HostFile(entry.path()), Not(HasSubstr(kEasilyFoundBytes))) << entry.path();
     }
   }
 
@@ -82,7 +81,7 @@ class RunnerAtStart : public testing::Test {
     return Contains(Field(&LogLine::message, StartsWith(beginning)));
   }
 
-  const KelvaneServer server_{Config()};
+  const KelvaneServer server_{RunnerConfig()};
   Lab::Instance machine_{"embedded-5.5"};
 };
 
@@ -157,19 +156,19 @@ TEST_F(RunnerAtStart, InputFileIsTheOneThatTheRunnerWants) {
 TEST_F(RunnerAtStart, NextRunClearsWhatAKilledOneHasLeft) {
   machine_.Set("/upgradeRunner/requirements/hangs", "beforeOutput");
   {
-    AgentProcess agent(machine_, {L"-p", kPassword}, AgentProcess::Input::kPipe);
+    AgentProcess agent(machine_, {L"-p", kEasilyFoundPassword}, AgentProcess::Input::kPipe);
     agent.WaitForLog(InfoLine(L"MonitorStatusFile: Started execution of process"));
     agent.Signal(SIGKILL);
     (void)agent.Wait();
   }
   for (const pid_t process : Lab::ProcessesOf(machine_)) kill(process, SIGKILL);
   machine_.Remove("/upgradeRunner/requirements/hangs");
-  EXPECT_TRUE(machine_.FileExists(kFolder));
+  EXPECT_TRUE(machine_.FileExists(kRunnerFolder));
   EXPECT_TRUE(machine_.FileExists(std::wstring(kTemp) + L"UpgradeRunnerInput.json"));
   const AgentRun run = Run();
   EXPECT_THAT(run.log, Contains(InfoLine(L"RunPreMigrationChecks: Upgrade Runner prechecks "
                                          L"returned status: 0")));
-  EXPECT_FALSE(machine_.FileExists(kFolder));
+  EXPECT_FALSE(machine_.FileExists(kRunnerFolder));
   EXPECT_FALSE(machine_.FileExists(std::wstring(kTemp) + L"UpgradeRunnerInput.json"));
 }
 

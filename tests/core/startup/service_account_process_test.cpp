@@ -15,13 +15,12 @@ using Testing::InfoLine;
 using testing::Not;
 using Testing::RunAgent;
 
-constexpr std::uint16_t kGerman = 1031;
 constexpr wchar_t kAccount[] = L".\\kelvd-service";
 constexpr wchar_t kAccountPassword[] = L"Kelvd service 1!";
-constexpr wchar_t kPassword[] = L"s3cret-admin";
+constexpr wchar_t kAdministratorPassword[] = L"s3cret-admin";
 
 /// A server that knows the administrator.
-Json::Value Config() {
+Json::Value AccountsConfig() {
   Json::Value config = KelvaneServer::UsualConfig();
   config["users"][0]["name"] = "Administrator@ostrel.local";
   config["users"][0]["password"] = "s3cret-admin";
@@ -37,18 +36,18 @@ class ServiceAccountAtStart : public testing::Test {
   }
 
   AgentRun Run(const std::vector<std::wstring>& more = {}) {
-    std::vector<std::wstring> arguments{L"-p", kPassword, L"-e", L"C:\\export"};
+    std::vector<std::wstring> arguments{L"-p", kAdministratorPassword, L"-e", L"C:\\export"};
     arguments.insert(arguments.end(), more.begin(), more.end());
     return RunAgent(machine_, arguments);
   }
 
   static void ExpectNoSecret(const AgentRun& run) {
-    for (const wchar_t* secret : {kPassword, kAccountPassword}) {
+    for (const wchar_t* secret : {kAdministratorPassword, kAccountPassword}) {
       EXPECT_THAT(run.allOutput, Not(HasSubstr(secret)));
     }
   }
 
-  const KelvaneServer server_{Config()};
+  const KelvaneServer server_{AccountsConfig()};
   Lab::Instance machine_{"management-5.5-account"};
 };
 
@@ -113,7 +112,7 @@ TEST_F(ServiceAccountAtStart, DefaultAccountNeedsNoPassword) {
 TEST_F(ServiceAccountAtStart, OperatorIsAskedBehindTheAdministratorUpToThreeTimes) {
   AgentProcess agent(machine_, {});
   agent.WaitFor(L"Enter Administrator@ostrel.local password: ");
-  agent.TypeMasked(std::wstring(kPassword) + L"\r");
+  agent.TypeMasked(std::wstring(kAdministratorPassword) + L"\r");
   agent.WaitFor(English(1128, {kAccount}) + L"\n");
   for (const wchar_t* password : {L"wr0ng-1", L"", L"wr0ng-3"}) {
     agent.WaitFor(English(1134, {kAccount}));
@@ -133,7 +132,7 @@ TEST_F(ServiceAccountAtStart, OperatorIsAskedBehindTheAdministratorUpToThreeTime
 TEST_F(ServiceAccountAtStart, RightPasswordAtTheThirdTryIsTaken) {
   AgentProcess agent(machine_, {});
   agent.WaitFor(L"Enter Administrator@ostrel.local password: ");
-  agent.TypeMasked(std::wstring(kPassword) + L"\r");
+  agent.TypeMasked(std::wstring(kAdministratorPassword) + L"\r");
   for (const wchar_t* password : {L"wr0ng-1", L"wr0ng-2", kAccountPassword}) {
     agent.WaitFor(English(1134, {kAccount}));
     agent.TypeMasked(std::wstring(password) + L"\r");

@@ -8,14 +8,14 @@
 #include <gtest/gtest.h>
 
 #include "krova/data/value.h"
+#include "krova/make_values.h"
 
 namespace Krova::Data {
 namespace {
 
 using ::testing::ElementsAre;
+using Testing::Integer;
 using ::testing::Pair;
-
-ValuePointer Integer(std::int64_t value) { return std::make_shared<IntegerValue>(value); }
 
 std::vector<std::pair<std::string, std::int64_t>> Contents(const FieldMap& map) {
   std::vector<std::pair<std::string, std::int64_t>> contents;

@@ -11,22 +11,23 @@
 #include "krova/data/message_value.h"
 #include "krova/data/value.h"
 #include "krova/deep_trees.h"
+#include "krova/make_values.h"
 #include "krova/small_stack.h"
 
 namespace Krova::Data {
 namespace {
 
-ValuePointer Integer(std::int64_t value) { return std::make_shared<IntegerValue>(value); }
-ValuePointer String(std::string value) { return std::make_shared<StringValue>(std::move(value)); }
+using Testing::Integer;
+using Testing::String;
 
-std::shared_ptr<const ListValue> List(ValueList elements) {
+std::shared_ptr<const ListValue> Elements(ValueList elements) {
   return std::make_shared<ListValue>(std::move(elements));
 }
-std::shared_ptr<StructValue> Struct(std::string name, FieldList fields = {}) {
+std::shared_ptr<StructValue> Structure(std::string name, FieldList fields = {}) {
   return std::make_shared<StructValue>(std::move(name), FieldMap(std::move(fields)));
 }
 std::string PrintError(ValueList messages) {
-  return std::make_shared<ErrorValue>("e", List(std::move(messages)))->ToString();
+  return std::make_shared<ErrorValue>("e", Elements(std::move(messages)))->ToString();
 }
 
 TEST(ToString, OfVoidIsNull) { EXPECT_EQ(std::make_shared<VoidValue>()->ToString(), "NULL"); }
@@ -70,27 +71,27 @@ TEST(ToString, OfOptionals) {
 }
 
 TEST(ToString, OfLists) {
-  EXPECT_EQ(List({})->ToString(), "[ ] ");
-  EXPECT_EQ(List({Integer(1)})->ToString(), "[ 1, ] ");
-  EXPECT_EQ(List({Integer(1), List({}), Integer(2)})->ToString(), "[ 1, [ ] , 2, ] ");
+  EXPECT_EQ(Elements({})->ToString(), "[ ] ");
+  EXPECT_EQ(Elements({Integer(1)})->ToString(), "[ 1, ] ");
+  EXPECT_EQ(Elements({Integer(1), Elements({}), Integer(2)})->ToString(), "[ 1, [ ] , 2, ] ");
 }
 
 TEST(ToString, OfStructs) {
-  EXPECT_EQ(Struct("n")->ToString(), "{{ n : { } }} ");
-  EXPECT_EQ(Struct("n", {{"b", Integer(2)}, {"a", String("x")}})->ToString(),
+  EXPECT_EQ(Structure("n")->ToString(), "{{ n : { } }} ");
+  EXPECT_EQ(Structure("n", {{"b", Integer(2)}, {"a", String("x")}})->ToString(),
             "{{ n : { a : x, b : 2, } }} ");
-  EXPECT_EQ(Struct("n", {{"a", Struct("m", {{"c", List({Integer(1)})}})}})->ToString(),
+  EXPECT_EQ(Structure("n", {{"a", Structure("m", {{"c", Elements({Integer(1)})}})}})->ToString(),
             "{{ n : { a : {{ m : { c : [ 1, ] , } }} , } }} ");
 }
 
 TEST(ToString, NeverShowsASecret) {
   const ValuePointer secret = std::make_shared<SecretValue>("hunter2");
   EXPECT_EQ(secret->ToString(), "<secret>");
-  EXPECT_EQ(Struct("n", {{"f", secret}})->ToString(), "{{ n : { f : <secret>, } }} ");
-  EXPECT_EQ(List({secret})->ToString(), "[ <secret>, ] ");
+  EXPECT_EQ(Structure("n", {{"f", secret}})->ToString(), "{{ n : { f : <secret>, } }} ");
+  EXPECT_EQ(Elements({secret})->ToString(), "[ <secret>, ] ");
   EXPECT_EQ(Testing::InOptional(secret)->ToString(), "Optional< <secret>>");
   EXPECT_EQ(PrintError({secret}), "Error:\n   e\nMessages:\n   Not a message -> <secret>\n");
-  EXPECT_EQ(PrintError({Struct("m", {{"id", secret}})}),
+  EXPECT_EQ(PrintError({Structure("m", {{"id", secret}})}),
             "Error:\n   e\nMessages:\n   Id not valid -> <secret>\n");
 }
 
@@ -108,9 +109,9 @@ TEST(ToString, OfAnErrorWithoutMessages) {
 
 TEST(ToString, OfAnErrorShowsIdsAndWhatIsNoMessage) {
   EXPECT_EQ(PrintError({MessageToValue(MakeMessage("krova.data.invalid.type")), Integer(5),
-                        Struct("anonymous"), Struct("odd", {{"id", List({Integer(1)})}}),
+                        Structure("anonymous"), Structure("odd", {{"id", Elements({Integer(1)})}}),
                         std::make_shared<ErrorValue>("inner"), nullptr,
-                        Struct("unset", {{"id", nullptr}})}),
+                        Structure("unset", {{"id", nullptr}})}),
             "Error:\n"
             "   e\n"
             "Messages:\n"
@@ -124,14 +125,14 @@ TEST(ToString, OfAnErrorShowsIdsAndWhatIsNoMessage) {
 }
 
 TEST(ToString, LeavesOutAnErrorsOtherFields) {
-  const auto error = std::make_shared<ErrorValue>("e", List({}));
+  const auto error = std::make_shared<ErrorValue>("e", Elements({}));
   error->SetField("request_id", String("7"));
   EXPECT_EQ(error->ToString(), "Error:\n   e\nNo messages!\n");
 }
 
 TEST(ToString, PrintsNothingForUnsetChildren) {
-  EXPECT_EQ(List({nullptr, Integer(1)})->ToString(), "[ , 1, ] ");
-  EXPECT_EQ(Struct("n", {{"f", nullptr}})->ToString(), "{{ n : { f : , } }} ");
+  EXPECT_EQ(Elements({nullptr, Integer(1)})->ToString(), "[ , 1, ] ");
+  EXPECT_EQ(Structure("n", {{"f", nullptr}})->ToString(), "{{ n : { f : , } }} ");
   EXPECT_EQ(Testing::InOptional(nullptr)->ToString(), "Optional< >");
 }
 

@@ -8,16 +8,16 @@
 #include <gtest/gtest.h>
 
 #include "krova/deep_trees.h"
+#include "krova/make_values.h"
 #include "krova/small_stack.h"
 
 namespace Krova::Data {
 namespace {
 
 using ::testing::ElementsAre;
+using Testing::Integer;
 using ::testing::IsEmpty;
-
-ValuePointer Integer(std::int64_t value) { return std::make_shared<IntegerValue>(value); }
-ValuePointer String(std::string value) { return std::make_shared<StringValue>(std::move(value)); }
+using Testing::String;
 
 std::vector<std::string> FieldNames(const NamedFields& fields) {
   std::vector<std::string> names;

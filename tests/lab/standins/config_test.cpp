@@ -13,7 +13,7 @@ using ::testing::HasSubstr;
 using ::testing::Not;
 
 /// \return What is said about a description; empty for a sound one.
-std::string ErrorOf(const std::string& json) {
+std::string ConfigErrorOf(const std::string& json) {
   try {
     (void)ParseConfig(json, "server.json");
     return {};
@@ -142,16 +142,16 @@ constexpr BadConfig kBad[] = {
 class BadConfigs : public ::testing::TestWithParam<BadConfig> {};
 
 TEST_P(BadConfigs, ErrorNamesPlaceAndExpectation) {
-  EXPECT_THAT(ErrorOf(GetParam().json), HasSubstr(GetParam().error));
+  EXPECT_THAT(ConfigErrorOf(GetParam().json), HasSubstr(GetParam().error));
 }
 
 INSTANTIATE_TEST_SUITE_P(All, BadConfigs, ::testing::ValuesIn(kBad),
                          [](const auto& row) { return row.param.name; });
 
 TEST(Config, ErrorDoesNotQuoteAPassword) {
-  EXPECT_THAT(ErrorOf(R"({"users": [{"name": "n", "password": "hidden", "x": 1}]})"),
+  EXPECT_THAT(ConfigErrorOf(R"({"users": [{"name": "n", "password": "hidden", "x": 1}]})"),
               Not(HasSubstr("hidden")));
-  EXPECT_THAT(ErrorOf(R"({"users": [{"name": "n", "password": "hidden",,}]})"),
+  EXPECT_THAT(ConfigErrorOf(R"({"users": [{"name": "n", "password": "hidden",,}]})"),
               Not(HasSubstr("hidden")));
 }
 

@@ -34,7 +34,7 @@ std::string Wanted(const std::string& type, const std::string& path = "name",
   return "<propSet><type>" + type + "</type><all>" + all + "</all>" + paths + "</propSet>";
 }
 
-SoapCall Retrieve(const std::string& filter, int maxObjects) {
+SoapCall RetrievePage(const std::string& filter, int maxObjects) {
   return {"RetrieveProperties", "PropertyCollector",
           "<specSet>" + filter + "</specSet><options><maxObjects>" + std::to_string(maxObjects) +
               "</maxObjects></options>"};
@@ -57,7 +57,8 @@ class PagingTest : public ::testing::Test {
 
   /// \return The sizes of all pages.
   std::vector<std::size_t> PageSizes(int maxObjects) {
-    HttpReply reply = client_.Call(Retrieve(Wanted("VirtualMachine") + kEveryMachine, maxObjects));
+    HttpReply reply =
+        client_.Call(RetrievePage(Wanted("VirtualMachine") + kEveryMachine, maxObjects));
     std::vector<std::size_t> sizes;
     for (;;) {
       const std::vector<std::string> ids = reply.Elements("obj");
@@ -88,10 +89,10 @@ TEST_F(PagingTest, PageThatHoldsAllHasNoToken) {
 }
 
 TEST_F(PagingTest, NoObjectIsNoResult) {
-  const HttpReply reply = client_.Call(
-      Retrieve(Wanted("HostSystem") +
-                   "<objectSet><obj type=\"Folder\">group-d1</obj><skip>false</skip></objectSet>",
-               10));
+  const HttpReply reply = client_.Call(RetrievePage(
+      Wanted("HostSystem") +
+          "<objectSet><obj type=\"Folder\">group-d1</obj><skip>false</skip></objectSet>",
+      10));
 
   EXPECT_EQ(reply.status, 200);
   EXPECT_THAT(reply.body, HasSubstr("<RetrievePropertiesResponse xmlns=\"urn:quen25\">"
@@ -100,7 +101,7 @@ TEST_F(PagingTest, NoObjectIsNoResult) {
 
 TEST_F(PagingTest, TokenServesOnce) {
   const std::string token =
-      client_.Call(Retrieve(Wanted("VirtualMachine") + kEveryMachine, 20)).Element("token");
+      client_.Call(RetrievePage(Wanted("VirtualMachine") + kEveryMachine, 20)).Element("token");
 
   EXPECT_EQ(client_.Call(Continue(token)).status, 200);
   EXPECT_EQ(client_.Call(Continue(token)).Fault(), "InvalidArgument");
@@ -108,7 +109,7 @@ TEST_F(PagingTest, TokenServesOnce) {
 
 TEST_F(PagingTest, TokenServesItsSessionAlone) {
   const std::string token =
-      client_.Call(Retrieve(Wanted("VirtualMachine") + kEveryMachine, 20)).Element("token");
+      client_.Call(RetrievePage(Wanted("VirtualMachine") + kEveryMachine, 20)).Element("token");
   SoapClient other(server_.Port());
   LogIn(other);
 
@@ -118,7 +119,7 @@ TEST_F(PagingTest, TokenServesItsSessionAlone) {
 
 TEST_F(PagingTest, TokenEndsWithItsSession) {
   const std::string token =
-      client_.Call(Retrieve(Wanted("VirtualMachine") + kEveryMachine, 20)).Element("token");
+      client_.Call(RetrievePage(Wanted("VirtualMachine") + kEveryMachine, 20)).Element("token");
   client_.Call(Logout());
   LogIn(client_);
 
@@ -126,7 +127,7 @@ TEST_F(PagingTest, TokenEndsWithItsSession) {
 }
 
 TEST_F(PagingTest, RetrievalsGoOnSideBySide) {
-  const SoapCall retrieve = Retrieve(Wanted("VirtualMachine") + kEveryMachine, 50);
+  const SoapCall retrieve = RetrievePage(Wanted("VirtualMachine") + kEveryMachine, 50);
   const std::string first = client_.Call(retrieve).Element("token");
   const std::string second = client_.Call(retrieve).Element("token");
 
@@ -136,7 +137,7 @@ TEST_F(PagingTest, RetrievalsGoOnSideBySide) {
 }
 
 TEST_F(PagingTest, ObjectIsReportedOnceForEachFilter) {
-  SoapCall call = Retrieve(Wanted("VirtualMachine") + kEveryMachine, 1000);
+  SoapCall call = RetrievePage(Wanted("VirtualMachine") + kEveryMachine, 1000);
   const std::string spec = "<specSet>" + Wanted("VirtualMachine") + kEveryMachine + "</specSet>";
   call.arguments = spec + call.arguments;
 
@@ -144,10 +145,10 @@ TEST_F(PagingTest, ObjectIsReportedOnceForEachFilter) {
 }
 
 TEST_F(PagingTest, ObjectCarriesWhatWasAskedFor) {
-  const HttpReply reply = client_.Call(
-      Retrieve(Wanted("Folder") +
-                   "<objectSet><obj type=\"Folder\">group-d1</obj><skip>false</skip></objectSet>",
-               10));
+  const HttpReply reply = client_.Call(RetrievePage(
+      Wanted("Folder") +
+          "<objectSet><obj type=\"Folder\">group-d1</obj><skip>false</skip></objectSet>",
+      10));
 
   EXPECT_THAT(
       reply.body,
@@ -162,13 +163,14 @@ TEST_F(PagingTest, ReferencesCarryTheirType) {
       "<path>childEntity</path><skip>false</skip><selectSet><name>f</name></selectSet></selectSet>"
       "</objectSet>";
 
-  EXPECT_THAT(client_.Call(Retrieve(Wanted("Datacenter", "vmFolder") + centers, 1)).body,
+  EXPECT_THAT(client_.Call(RetrievePage(Wanted("Datacenter", "vmFolder") + centers, 1)).body,
               HasSubstr("<propSet><name>vmFolder</name><val xsi:type=\"reference\" "
                         "type=\"Folder\">group-d"));
-  const HttpReply all = client_.Call(Retrieve(Wanted("Datacenter", "", "true") + centers, 1));
+  const HttpReply all = client_.Call(RetrievePage(Wanted("Datacenter", "", "true") + centers, 1));
   EXPECT_THAT(all.Elements("name"), ElementsAre("name", "hostFolder", "vmFolder"));
-  EXPECT_EQ(client_.Call(Retrieve(Wanted("Datacenter", "") + centers, 1)).Elements("name").size(),
-            0u);
+  EXPECT_EQ(
+      client_.Call(RetrievePage(Wanted("Datacenter", "") + centers, 1)).Elements("name").size(),
+      0u);
 }
 
 Json::Value WithPageLimit() {
@@ -188,7 +190,7 @@ TEST_F(LimitedPagingTest, ServerMayMakeSmallerPages) {
 }
 
 TEST_F(LimitedPagingTest, LimitHoldsWithoutAWishOfTheClient) {
-  SoapCall call = Retrieve(Wanted("VirtualMachine") + kEveryMachine, 1);
+  SoapCall call = RetrievePage(Wanted("VirtualMachine") + kEveryMachine, 1);
   const std::size_t options = call.arguments.find("<options>");
   call.arguments = call.arguments.substr(0, options) + "<options></options>";
 
@@ -203,9 +205,9 @@ TEST(FilterFlags, MayBeLeftOutWhereTheServerAllowsIt) {
   client.Login(KelvaneServer::kUser, KelvaneServer::kPassword);
 
   const HttpReply reply =
-      client.Call(Retrieve("<propSet><type>Folder</type><pathSet>name</pathSet></propSet>"
-                           "<objectSet><obj type=\"Folder\">group-d1</obj></objectSet>",
-                           10));
+      client.Call(RetrievePage("<propSet><type>Folder</type><pathSet>name</pathSet></propSet>"
+                               "<objectSet><obj type=\"Folder\">group-d1</obj></objectSet>",
+                               10));
 
   EXPECT_EQ(reply.Elements("obj").size(), 1u);
 }
