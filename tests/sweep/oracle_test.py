@@ -118,6 +118,14 @@ class Oracle(unittest.TestCase):
         for fault in ('PROCESSES', 'FILES', 'SECRET', 'LEAK'):
             self.assert_found(fault, failed(log=ended, **remains))
 
+    def test_a_restart_of_services_that_runs_on_behind_an_agent_that_ends_is_right(self):
+        runs = TOLD + Counter({('I', "StartServices: Starting service 'kelvd'"): 1})
+        ended = runs + Counter({('I', "StartServices: Successfully started service 'kelvd'"): 1})
+        held = census(['Mutex', 'ServiceManager', 'Service'])
+        self.assertEqual(self.judge(failed(log=runs, census=held)).faults, [])
+        self.assert_found('LEAK', failed(log=ended, census=held))
+        self.assert_found('LEAK', failed(log=runs, census=census(['Mutex', 'Key'])))
+
     def test_a_key_ends_an_agent_without_a_handler_and_no_other(self):
         site = CallSite('SetConsoleCtrlHandler', '1a', 1, ('src/a.cpp:1',), 1)
         seen = failed(exit_code=-2, census=None)

@@ -67,6 +67,8 @@ SILENT = {
     ('INetFwOpenPorts_Item', 'src/security/firewall.cpp'): 'what isn\'t open is opened',
     ('InetPtonW', 'src/network/ip_properties.cpp'): OTHERWISE,
     ('InetPtonW', 'src/network/name_resolution.cpp'): 'what can\'t be read as an address is a name',
+    ('InetPtonW', 'src/transfer/ssh_connection.cpp'):
+        'what can\'t be read as an IPv6 address is taken for an IPv4 one',
     ('LookupPrivilegeValueW', 'src/host/machine_shutdown.cpp'): 'the shutdown itself says so',
     ('OpenProcessToken', 'src/host/machine_shutdown.cpp'): 'the shutdown itself says so',
     ('AdjustTokenPrivileges', 'src/host/machine_shutdown.cpp'): 'the shutdown itself says so',
@@ -130,6 +132,8 @@ LEFT_BY_ANY = ('Temp/kvsMigration/halvard.log', 'Ostrel/Halvard/.zip')
 # An agent that is interrupted leaves an export that runs at that time alone, with all that it needs.
 OF_AN_EXPORT_FILES = (RUNNER_INPUT, TEMPORARY_NAME)
 OF_AN_EXPORT_HANDLES = ('Event', 'Job', 'Process', 'Thread', 'Token')
+# So does one that still starts services again behind a failed export.
+OF_A_RESTART_HANDLES = ('ServiceManager', 'Service')
 # Without its handler a key at the console ends the agent as it ends any program.
 ENDED_BY_KEY = {'SetConsoleCtrlHandler': -signal.SIGINT}
 
