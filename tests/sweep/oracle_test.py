@@ -74,6 +74,13 @@ class Oracle(unittest.TestCase):
         self.addCleanup(by_design.SILENT.pop, place)
         self.assertEqual(self.judge(failed(log=Counter())).kind, 'went on, silent by design')
 
+    def test_a_failure_may_be_silent_for_one_caller_and_not_for_others(self):
+        poll = 'src/service/export_operations.cpp:57'
+        for caller, kind in ((poll, 'went on, silent by design'),
+                             ('src/runner/answer_file.cpp:42', 'silent')):
+            site = CallSite('MapViewOfFile', '1a', 1, ('src/core/json_files.cpp:31', caller), 1)
+            self.assertEqual(self.judge(failed(log=Counter()), site).kind, kind)
+
     def test_a_signal_an_odd_exit_code_and_an_end_without_census_are_crashes(self):
         self.assert_found('CRASH', failed(exit_code=-11))
         self.assert_found('CRASH', failed(exit_code=3))

@@ -4,6 +4,7 @@ import argparse
 import contextlib
 import json
 import queue
+import signal
 import subprocess
 import sys
 import threading
@@ -136,8 +137,15 @@ def results_of(folder):
     return {json.loads(line)['name'] for line in file.read_text(encoding='utf-8').splitlines()}
 
 
+def heed_interrupts():
+    """A shell that runs the sweep in the background has its programs ignore the key that ends them, and
+    the agents would inherit that."""
+    signal.signal(signal.SIGINT, signal.default_int_handler)
+
+
 def main():
     options = parse(sys.argv[1:])
+    heed_interrupts()
     folder = Path(options.report) if options.report else None
     if folder:
         folder.mkdir(parents=True, exist_ok=True)

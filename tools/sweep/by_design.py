@@ -85,6 +85,11 @@ SILENT = {
     ('_wfsopen', 'src/core/log_file.cpp'): 'without the file there is no log to tell it',
     ('_wfsopen', 'src/host/files.cpp'): 'the older line has no such file, so it is missing anyway',
 }
+# By the files of the call and of one of its callers: the reason.
+SILENT_FOR = {
+    ('src/core/json_files.cpp', 'src/service/export_operations.cpp'):
+        'a poll is answered null where the file can\'t be read, as it is before there is one',
+}
 # What a run may still hold when the function that gives it back has failed.
 HANDLES = ('Event', 'File', 'Job', 'Mutant', 'Process', 'Section', 'Snapshot', 'Thread', 'Token')
 KEPT = {
@@ -144,8 +149,9 @@ def keeps_memory(function):
 
 
 def is_silent(site):
-    file = site.place.rsplit(':', 1)[0]
-    return site.function in SILENT or (site.function, file) in SILENT
+    files = [frame.rsplit(':', 1)[0] for frame in (site.place, *site.frames[1:])]
+    return (site.function in SILENT or (site.function, files[0]) in SILENT
+            or any((files[0], caller) in SILENT_FOR for caller in files[1:]))
 
 
 def may_be_left(name, function, export_runs_on):
