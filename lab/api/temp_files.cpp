@@ -86,6 +86,8 @@ UINT GetTempFileNameW(LPCWSTR folder, LPCWSTR prefix, UINT number, LPWSTR buffer
   if (call.FailsByPlan()) return 0;
   std::wstring path(folder);
   if (path.size() > kLongestFolder) return Fail(ERROR_BUFFER_OVERFLOW);
+  // No name is no folder, rather than the root of the drive.
+  if (path.empty()) return Fail(ERROR_DIRECTORY);
   if (!path.ends_with(L'\\')) path += L'\\';
   const Lab::FoundPath found = Lab::FindPath(path);
   if (found.error != ERROR_SUCCESS) return Fail(ERROR_DIRECTORY);

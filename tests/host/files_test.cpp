@@ -343,7 +343,7 @@ TEST_F(ShortSymbolicLink, FailsWithoutAFreeName) {
 }
 
 TEST_F(ShortSymbolicLink, FailsForATargetWithoutADrivesRoot) {
-  for (const wchar_t* target : {L"\\\\server\\share\\folder", L"Q:\\no such drive"}) {
+  for (const wchar_t* target : {L"", L"\\\\server\\share\\folder", L"Q:\\no such drive"}) {
     EXPECT_FALSE(Create(target));
     EXPECT_EQ(link_, L"");
   }

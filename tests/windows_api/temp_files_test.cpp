@@ -77,6 +77,8 @@ TEST_F(TempFileName, Failures) {
   EXPECT_EQ(LastError(), 267u);
   EXPECT_EQ(Make(scratch_.Write(L"file")), 0u);
   EXPECT_EQ(LastError(), 267u);
+  EXPECT_EQ(Make(L""), 0u);
+  EXPECT_EQ(LastError(), 267u);
 }
 
 TEST_F(TempFileName, TooLongAFolder) {
