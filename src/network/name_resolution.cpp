@@ -93,7 +93,7 @@ DWORD GetFqdnSize() {
   DWORD size = 0;
   const BOOL fits = GetComputerNameExW(ComputerNameDnsFullyQualified, nullptr, &size);
   const DWORD error = GetLastError();
-  if (!fits && error == ERROR_MORE_DATA) return size;
+  if (!fits && error == ERROR_MORE_DATA && size > 0) return size;
   LogScope log;
   log.Error(L"GetSystemFqdn: Failed to get size of FQDN: %d", error);
   return 0;

@@ -66,6 +66,13 @@ TEST_F(GetSystemFqdnTest, IsEmptyWithoutASize) {
   EXPECT_THAT(OwnLog(), ElementsAre(ErrorLine(L"GetSystemFqdn: Failed to get size of FQDN: 5")));
 }
 
+TEST_F(GetSystemFqdnTest, IsEmptyWhenNoRoomIsAskedFor) {
+  Refuse("GetComputerNameExW", ERROR_MORE_DATA, 1);
+  const LogScope log;
+  EXPECT_EQ(GetSystemFqdn(), L"");
+  EXPECT_THAT(OwnLog(), ElementsAre(ErrorLine(L"GetSystemFqdn: Failed to get size of FQDN: 234")));
+}
+
 TEST_F(GetSystemFqdnTest, IsEmptyWithoutMemory) {
   const LogScope log;
   const FailingAllocation failing;
