@@ -133,6 +133,16 @@ class Oracle(unittest.TestCase):
         self.assert_found('LEAK', failed(log=ended, census=held))
         self.assert_found('LEAK', failed(log=runs, census=census(['Mutex', 'Key'])))
 
+    def test_a_restart_by_script_that_runs_on_is_right_as_well(self):
+        launch = Counter({('I', 'LaunchProcAndMonitorStatus: Launching "cmd.exe" in "C:"'): 1})
+        script = Counter({('I', 'ServiceControlStartStopAllServices: Starting all services.'): 1})
+        clean = Counter({('W', 'LaunchProcAndMonitorStatus: Job still alive, terminating'): 1})
+        remains = {'processes': ['cmd.exe'], 'census': census(['Mutex', 'Job', 'Process'])}
+        self.assertEqual(self.judge(failed(log=TOLD + script + launch, **remains)).faults, [])
+        for log in (script + launch + clean, launch):
+            for fault in ('PROCESSES', 'LEAK'):
+                self.assert_found(fault, failed(log=TOLD + log, **remains))
+
     def test_a_key_ends_an_agent_without_a_handler_and_no_other(self):
         site = CallSite('SetConsoleCtrlHandler', '1a', 1, ('src/a.cpp:1',), 1)
         seen = failed(exit_code=-2, census=None)

@@ -138,7 +138,7 @@ LEFT_BY_ANY = ('Temp/kvsMigration/halvard.log', 'Ostrel/Halvard/.zip')
 OF_AN_EXPORT_FILES = (RUNNER_INPUT, TEMPORARY_NAME)
 OF_AN_EXPORT_HANDLES = ('Event', 'Job', 'Process', 'Thread', 'Token')
 # So does one that still starts services again behind a failed export.
-OF_A_RESTART_HANDLES = ('ServiceManager', 'Service')
+OF_A_RESTART_HANDLES = (*OF_AN_EXPORT_HANDLES, 'ServiceManager', 'Service')
 # Without its handler a key at the console ends the agent as it ends any program.
 ENDED_BY_KEY = {'SetConsoleCtrlHandler': -signal.SIGINT}
 

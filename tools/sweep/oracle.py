@@ -64,15 +64,20 @@ def export_runs_on(seen):
     return sum(changes) % 2 == 1
 
 
+def lines_of(seen, *beginnings):
+    return sum(count for (_, text), count in seen.log.items() if text.startswith(beginnings))
+
+
 def restart_runs_on(seen):
     """Whether the agent has ended while it started the services again that a failed export had
-    stopped: nobody waits for that."""
-    begun = sum(count for (_, text), count in seen.log.items()
-                if text.startswith('StartServices: Starting service'))
-    ended = sum(count for (_, text), count in seen.log.items()
-                if text.startswith(('StartServices: Successfully started service',
-                                    'StartServices: Failed to start service')))
-    return begun > ended
+    stopped, one by one or by their script: nobody waits for that."""
+    begun = lines_of(seen, 'StartServices: Starting service')
+    ended = lines_of(seen, 'StartServices: Successfully started service',
+                     'StartServices: Failed to start service')
+    script = lines_of(seen, 'ServiceControlStartStopAllServices: Starting')
+    launched = lines_of(seen, 'LaunchProcAndMonitorStatus: Launching')
+    cleaned = lines_of(seen, 'LaunchProcAndMonitorStatus: Job still alive, terminating')
+    return begun > ended or (script > 0 and launched > cleaned)
 
 
 def held_faults(seen, usual, function):
@@ -94,7 +99,7 @@ def held_faults(seen, usual, function):
 
 def remains_faults(seen, usual_files, function):
     runs_on = export_runs_on(seen)
-    if seen.processes and not runs_on:
+    if seen.processes and not runs_on and not restart_runs_on(seen):
         yield f'PROCESSES: {seen.processes}'
     left = [name for name in sorted(seen.files - usual_files)
             if not by_design.may_be_left(name, function, runs_on)]
