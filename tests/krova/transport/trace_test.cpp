@@ -6,6 +6,7 @@
 #include <boost/log/sinks/sync_frontend.hpp>
 #include <boost/log/trivial.hpp>
 #include <boost/smart_ptr/make_shared_object.hpp>
+#include <future>
 #include <mutex>
 #include <string>
 #include <utility>
@@ -64,6 +65,10 @@ class Trace : public ApiFixture {
   /// Everything that was logged up to now, once the server is quiet.
   std::vector<Record> Records() {
     server_->stop();
+    // Behind all that was handed to the one thread before.
+    std::promise<void> reached;
+    scheduler_.post([&] { reached.set_value(); });
+    reached.get_future().wait();
     scheduler_.shutdown();
     return backend_->Take();
   }
