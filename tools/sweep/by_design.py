@@ -69,6 +69,8 @@ SILENT = {
     ('InetPtonW', 'src/network/name_resolution.cpp'): 'what can\'t be read as an address is a name',
     ('InetPtonW', 'src/transfer/ssh_connection.cpp'):
         'what can\'t be read as an IPv6 address is taken for an IPv4 one',
+    ('InitiateShutdownW', 'src/host/machine_shutdown.cpp'):
+        'what is refused as it was asked for is asked for in another way',
     ('LookupPrivilegeValueW', 'src/host/machine_shutdown.cpp'): 'the shutdown itself says so',
     ('OpenProcessToken', 'src/host/machine_shutdown.cpp'): 'the shutdown itself says so',
     ('AdjustTokenPrivileges', 'src/host/machine_shutdown.cpp'): 'the shutdown itself says so',
@@ -130,6 +132,8 @@ LEFT = {
     'SHFileOperationW': ('PythonURExtractDir',),
     'SetConsoleMode': ('what was shown',),
     'SHGetKnownFolderPath': ('Temp/Ostrel-HV-logs-', 'drive_c/Halvard/logs.zip'),
+    # An answer that was cut short is written over by the next.
+    'WriteFile': ('Temp/keep-history.json',),
 }
 # Left by whatever keeps a bundle of logs from being made; and by a client that copies the export
 # although none has begun, so that it has no folder yet.
