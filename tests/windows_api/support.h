@@ -28,8 +28,9 @@ struct RegisteredService {
   RegisteredService& operator=(const RegisteredService&) = delete;
   ~RegisteredService();
 
-  const std::wstring name = L"ConformanceService";
-  const std::wstring displayName = L"Service of the conformance tests";
+  // Other processes test beside this one.
+  const std::wstring name = L"ConformanceService" + std::to_wstring(GetCurrentProcessId());
+  const std::wstring displayName = L"Service of the conformance tests " + name;
   const std::wstring program = L"C:\\no such program.exe";
 };
 
