@@ -177,6 +177,7 @@ TEST_F(Session, ChecksRunBetweenTheInventoryAndTheCertificate) {
 
 TEST_F(Session, FailedChecksEndTheRunBeforeTheNetworkIsLookedAt) {
   ReadyMachine machine("infrastructure-5.5");
+  machine.Set("/ports/host", false);
   machine.SetVariable(Testing::kCheckFailureVariable, L"checks");
   const AgentRun run = RunToItsEnd(machine);
   EXPECT_EQ(run.exitCode, kFailureCode);
@@ -298,6 +299,7 @@ TEST_F(Session, ClosedConsoleEndsTheServerToo) {
 
 TEST_F(Session, CertificateThatCannotBeWrittenEndsTheRun) {
   ReadyMachine machine("embedded-5.5");
+  machine.Set("/ports/host", false);
   machine.MakeFolder(L"%LOCALAPPDATA%\\Ostrel\\Halvard\\hv_cert.pem");
   const AgentRun run = RunToItsEnd(machine);
   EXPECT_EQ(run.exitCode, kFailureCode);
