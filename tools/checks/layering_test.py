@@ -83,6 +83,22 @@ class LayeringTest(unittest.TestCase):
         self.write('src/host/access_control_api.h', '#include <aclapi.h>')
         self.assertEqual(layering.findings(self.tree), [])
 
+    def test_ground_floor_includes_no_subsystem(self):
+        self.write('src/runner/output.h')
+        self.write('src/core/text.h', '#include "runner/output.h"')
+        self.assert_finds('core/ is the ground floor, and includes no subsystem')
+
+    def test_roof_includes_subsystems_and_these_one_another(self):
+        self.write('src/runner/output.h', '#include "core/text.h"')
+        self.write('src/service/export.h', '#include "runner/output.h"')
+        self.write('src/core/startup/startup.h', '#include "service/export.h"')
+        self.assertEqual(layering.findings(self.tree), [])
+
+    def test_one_file_of_the_ground_floor_is_known_to_reach_up(self):
+        self.write('src/runner/process_monitor.h')
+        self.write('src/host/services.cpp', '#include "runner/process_monitor.h"')
+        self.assertEqual(layering.findings(self.tree), [])
+
     def test_nothing_includes_the_driver(self):
         self.write('src/core/console.cpp', '#include "core/startup/startup.h"')
         self.assert_finds('nothing includes src/core/startup/')
