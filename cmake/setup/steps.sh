@@ -1,4 +1,4 @@
-# Steps that ./check and ./rehearse share. To be sourced at the root of the tree.
+# Steps that ./check, ./rehearse and ./package-windows share. To be sourced at the root of the tree.
 # shellcheck shell=bash
 
 jobs=${HALVARD_JOBS:-$(nproc)}

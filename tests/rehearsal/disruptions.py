@@ -7,8 +7,6 @@ import threading
 import time
 from pathlib import Path
 
-from narrator import StepFailed
-
 # About as many lines as the log of a migration has that nothing happens to.
 LINES = {'embedded': 700, 'management': 650, 'infrastructure': 620}
 LOOK_SECONDS = 0.002

@@ -11,7 +11,6 @@ import json
 import os
 import random
 import resource
-import socket
 import subprocess
 import sys
 import threading

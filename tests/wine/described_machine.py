@@ -7,7 +7,6 @@ import os
 import re
 import shutil
 import signal
-import subprocess
 from pathlib import Path
 
 import wine_machine

@@ -115,13 +115,6 @@ def logs_arrived(world):
     return ', '.join(sorted(names))
 
 
-def export_did_not_arrive(world):
-    arrived = world.arrived('export.zip')
-    expect(not arrived.exists() or arrived.stat().st_size < world.machine.export_zip.stat().st_size,
-           'export.zip is on the appliance')
-    return 'no whole export.zip on the appliance'
-
-
 def nothing_left_behind(world):
     """Whatever an agent makes for the time of its run is gone."""
     machine = world.machine

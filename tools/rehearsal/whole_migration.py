@@ -23,7 +23,6 @@ def start_surroundings(world):
 
 
 def run(world, interactive):
-    """Returns whether all of it held."""
     start_surroundings(world)
     narrator = world.narrator
     narrator.step('Starting the agent')

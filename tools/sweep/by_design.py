@@ -159,7 +159,7 @@ def is_silent(site):
 
 
 def may_be_left(name, function, export_runs_on):
-    """\param name: of a file, or of its place on the host."""
+    """\\param name: of a file, or of its place on the host."""
     excused = LEFT.get(function, ()) + LEFT_BY_ANY
     if export_runs_on:
         excused += OF_AN_EXPORT_FILES

@@ -60,8 +60,7 @@ class Sweep:
         failing = self.run({**FAILING_PRECHECKS, 'census': 'handles'})
         self._usual = merged(seen)
         self._usual_files = self._usual.files | failing.files
-        sites = read_census(self._programs / 'halvard', self._usual.census['calls'])
-        return sites
+        return read_census(self._programs / 'halvard', self._usual.census['calls'])
 
     def take_over(self, other):
         """Judges by what another sweep of the same scenario has learned."""
