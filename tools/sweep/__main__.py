@@ -47,16 +47,25 @@ def parse(arguments):
                         help='add results to DIR/results.jsonl; what it has of the same programs '
                              'isn\'t run again')
     options = parser.parse_args(arguments)
-    for name in options.scenario or ():
-        if scenarios.named(name) is None:
-            parser.error(f'no scenario is named {name}')
+    check(parser, options)
     return options
 
 
+def check(parser, options):
+    if not (Path(options.programs) / 'halvard').exists():
+        parser.error(f'{options.programs} holds no programs of the native build: build its target '
+                     'rehearsal, or name others by --programs')
+    for name in wanted_names(options):
+        if scenarios.named(name) is None:
+            parser.error(f'no scenario is named {name}; --help lists them')
+
+
+def wanted_names(options):
+    return [options.only.split('/', maxsplit=1)[0]] if options.only else options.scenario or []
+
+
 def wanted_scenarios(options):
-    if options.only:
-        return [scenarios.named(options.only.split('/', maxsplit=1)[0])]
-    return [scenarios.named(name) for name in options.scenario or ()] or scenarios.ALL
+    return [scenarios.named(name) for name in wanted_names(options)] or scenarios.ALL
 
 
 def wanted_combinations(options, combinations, done):
