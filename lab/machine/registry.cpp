@@ -1,9 +1,6 @@
 #include "machine/registry.h"
 
-#include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <fstream>
@@ -12,28 +9,10 @@
 #include <utility>
 
 #include "machine/reg_file.h"
+#include "machine/shared_file.h"
 
 namespace Lab {
 namespace {
-
-/// Keeps other processes of the instance from writing the registry meanwhile.
-class WriteLock {
- public:
-  explicit WriteLock(const std::filesystem::path& registryFile)
-      : file_(open((registryFile.parent_path() / "run" / "registry.lock").c_str(),
-                   O_RDWR | O_CREAT | O_CLOEXEC, 0600)) {
-    if (file_ == -1 || flock(file_, LOCK_EX) == -1) {
-      throw std::filesystem::filesystem_error("lab: can't lock the registry", registryFile,
-                                              std::error_code(errno, std::generic_category()));
-    }
-  }
-  WriteLock(const WriteLock&) = delete;
-  WriteLock& operator=(const WriteLock&) = delete;
-  ~WriteLock() { close(file_); }
-
- private:
-  const int file_;
-};
 
 std::string ReadWhole(const std::filesystem::path& file) {
   std::ifstream in(file, std::ios::binary);
@@ -64,24 +43,14 @@ std::optional<RegistryValue> Registry::Find(std::wstring_view key, std::wstring_
 
 void Registry::Set(std::wstring_view key, std::wstring_view name, RegistryValue value) {
   const std::lock_guard lock(mutex_);
-  const WriteLock writeLock(file_);
+  const FileLock others(file_.parent_path() / "run" / "registry.lock");
   Refresh();
   for (std::size_t end = key.find(L'\\'); end != std::wstring_view::npos;
        end = key.find(L'\\', end + 1)) {
     tree_.try_emplace(std::wstring(key.substr(0, end)));
   }
   tree_[std::wstring(key)][std::wstring(name)] = std::move(value);
-
-  // Readers see the old file or the new one, whole in either case.
-  const std::filesystem::path next = file_.string() + ".new";
-  std::ofstream out(next, std::ios::binary | std::ios::trunc);
-  out << WriteRegFile(tree_);
-  out.close();
-  if (!out) {
-    throw std::filesystem::filesystem_error("lab: can't write the registry", next,
-                                            std::make_error_code(std::errc::io_error));
-  }
-  std::filesystem::rename(next, file_);
+  ReplaceContents(file_, WriteRegFile(tree_));
 }
 
 void Registry::Refresh() {
