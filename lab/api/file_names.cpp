@@ -14,7 +14,6 @@
 #include "files/host_errors.h"
 #include "files/open_file.h"
 #include "files/removal.h"
-#include "files/rights.h"
 #include "machine/call.h"
 #include "machine/machine.h"
 #include "machine/paths.h"
@@ -171,7 +170,7 @@ BOOLEAN CreateSymbolicLinkW(LPCWSTR link, LPCWSTR target, DWORD flags) {
   const Lab::Call call("CreateSymbolicLinkW", link);
   if (call.FailsByPlan()) return FALSE;
   LAB_SUPPORTS(std::wstring_view(target).find(L":\\") == 1);
-  if (!Lab::IsElevatedAdministrator())
+  if (!Lab::TheMachine().Describe().UserIsAdministrator())
     return static_cast<BOOLEAN>(Answer(ERROR_PRIVILEGE_NOT_HELD));
   const Lab::FoundPath found = Lab::FindPath(link);
   if (found.error == ERROR_SUCCESS) return static_cast<BOOLEAN>(Answer(ERROR_ALREADY_EXISTS));

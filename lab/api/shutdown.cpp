@@ -1,10 +1,10 @@
 // Shutting the machine down, and the privilege that it takes.
-#include <algorithm>
 #include <fstream>
 #include <string>
 
 #include <json/json.h>
 
+#include "api/failure.h"
 #include "machine/call.h"
 #include "machine/handles.h"
 #include "machine/machine.h"
@@ -14,17 +14,10 @@
 
 namespace {
 
+using Lab::Fail;
+
 /// The number of the privilege is the same on all systems.
 constexpr DWORD kShutdownPrivilege = 19;
-constexpr wchar_t kAdministrators[] = L"S-1-5-32-544";
-
-/// Only administrators hold the privilege; it has to be put into force by them too.
-bool HoldsShutdownPrivilege() {
-  const auto& groups = Lab::TheMachine().Describe().groups;
-  return std::ranges::any_of(groups, [](const Lab::Group& group) {
-    return group.sid == kAdministrators && !group.denyOnly;
-  });
-}
 
 std::filesystem::path Record() { return Lab::TheMachine().Folder() / "shutdown.json"; }
 
@@ -43,10 +36,7 @@ BOOL LookupPrivilegeValueW(LPCWSTR machine, LPCWSTR name, PLUID privilege) {
   const Lab::Call call("LookupPrivilegeValueW");
   if (call.FailsByPlan()) return FALSE;
   LAB_SUPPORTS(machine == nullptr && name != nullptr && privilege != nullptr);
-  if (std::wstring(name) != SE_SHUTDOWN_NAME) {
-    SetLastError(ERROR_NO_SUCH_PRIVILEGE);
-    return FALSE;
-  }
+  if (std::wstring(name) != SE_SHUTDOWN_NAME) return Fail(ERROR_NO_SUCH_PRIVILEGE);
   *privilege = LUID{kShutdownPrivilege, 0};
   return TRUE;
 }
@@ -60,12 +50,9 @@ BOOL AdjustTokenPrivileges(HANDLE token, BOOL disableAll, PTOKEN_PRIVILEGES priv
   LAB_SUPPORTS(privileges != nullptr && privileges->PrivilegeCount == 1);
   LAB_SUPPORTS(privileges->Privileges[0].Luid.LowPart == kShutdownPrivilege);
   LAB_SUPPORTS(privileges->Privileges[0].Attributes == SE_PRIVILEGE_ENABLED);
-  if (Lab::Handles().FindAs<Lab::ProcessToken>(token) == nullptr) {
-    SetLastError(ERROR_INVALID_HANDLE);
-    return FALSE;
-  }
-  // A privilege that the token lacks is no failure of the call.
-  const bool held = HoldsShutdownPrivilege();
+  if (Lab::Handles().FindAs<Lab::ProcessToken>(token) == nullptr) return Fail(ERROR_INVALID_HANDLE);
+  // Only administrators hold it, and a privilege that the token lacks is no failure of the call.
+  const bool held = Lab::TheMachine().Describe().UserIsAdministrator();
   if (held) Lab::TheMachine().ShutdownPrivilege() = true;
   SetLastError(held ? ERROR_SUCCESS : ERROR_NOT_ALL_ASSIGNED);
   return TRUE;

@@ -6,7 +6,6 @@
 #include "api/failure.h"
 #include "files/find.h"
 #include "files/open_file.h"
-#include "files/rights.h"
 #include "machine/call.h"
 #include "machine/machine.h"
 #include "machine/paths.h"
@@ -43,7 +42,8 @@ std::wstring TempName(std::wstring_view prefix, std::uint16_t number) {
 /// \return The number in the name; 0 after a failure, which is in the last error.
 UINT MakeFile(const std::wstring& folder, std::wstring_view prefix, std::uint16_t number,
               std::wstring& path) {
-  if (folder.size() == 3 && !Lab::IsElevatedAdministrator()) return Fail(ERROR_ACCESS_DENIED);
+  if (folder.size() == 3 && !Lab::TheMachine().Describe().UserIsAdministrator())
+    return Fail(ERROR_ACCESS_DENIED);
   Lab::OpenFile::Request request;
   request.access = FILE_SHARE_WRITE;
   request.mayCreate = true;

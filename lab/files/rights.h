@@ -1,4 +1,4 @@
-// What the user of the machine may do that others mayn't, and who gets at a file.
+// Who gets at a file: the access lists of files that were made with one.
 #pragma once
 
 #include <filesystem>
@@ -6,15 +6,10 @@
 
 namespace Lab {
 
-/// \return True when the agent runs with the rights of the Administrators group: it may make
-///         symbolic links and files in the root of a drive.
-bool IsElevatedAdministrator();
-
-/// The access list that a new file gets, in the system's own text form: "D:P(A;;FA;;;BA)". Folders
-/// of a machine have no lists; each hands on what the folders of a user's profile do, full access
-/// for SYSTEM, Administrators and the user, to every file that isn't protected against it.
-/// \param descriptor  Self-relative, with a list of one or no entry that grants rights; null for
-///                    none.
+/// The access list that a new file gets, in the system's own text form: "D:P(A;;FA;;;BA)". Wherever
+/// it is made, it is handed on what the folders of a user's profile hand on, full access for
+/// SYSTEM, Administrators and the user, unless it is protected against that. \param descriptor
+/// Self-relative, with a list and nothing else; null for none.
 std::string AccessListOfNewFile(const void* descriptor);
 
 /// Keeps the list with a file of the host. A file system without room for it forgets it, as FAT

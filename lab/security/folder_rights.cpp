@@ -1,6 +1,5 @@
 #include "security/folder_rights.h"
 
-#include "files/rights.h"
 #include "machine/machine.h"
 #include "security/sddl.h"
 
@@ -13,7 +12,7 @@ constexpr wchar_t kRootOfADrive[] =
 
 std::wstring DefaultOwner(const Description& machine) {
   if (!machine.defaultOwner.empty()) return machine.defaultOwner;
-  return IsElevatedAdministrator() ? kAdministratorsGroup : machine.userSid;
+  return machine.UserIsAdministrator() ? kAdministratorsGroup : machine.userSid;
 }
 
 /// The group of all users beside the user: the same identifier but for its last number.

@@ -138,8 +138,12 @@ std::wstring SddlText(const SecurityDescriptor& descriptor) {
   if (!descriptor.owner.empty()) text += L"O:" + TrusteeText(descriptor.owner);
   if (!descriptor.group.empty()) text += L"G:" + TrusteeText(descriptor.group);
   text += descriptor.isProtected ? L"D:P" : L"D:";
-  if (!descriptor.list) return text + L"NO_ACCESS_CONTROL";
-  for (const AccessEntry& entry : *descriptor.list) text += EntryText(entry);
+  return text + (descriptor.list ? EntriesText(*descriptor.list) : L"NO_ACCESS_CONTROL");
+}
+
+std::wstring EntriesText(const std::vector<AccessEntry>& entries) {
+  std::wstring text;
+  for (const AccessEntry& entry : entries) text += EntryText(entry);
   return text;
 }
 

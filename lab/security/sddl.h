@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "security/descriptor.h"
 
@@ -15,5 +16,8 @@ SecurityDescriptor ParseSddl(const std::wstring& text);
 
 /// \return The text that ParseSddl() reads so, with letters for identifiers and full rights.
 std::wstring SddlText(const SecurityDescriptor& descriptor);
+
+/// \return The part of it that lists entries: "(A;OICI;FA;;;BA)(D;;0x1;;;BU)".
+std::wstring EntriesText(const std::vector<AccessEntry>& entries);
 
 }  // namespace Lab
