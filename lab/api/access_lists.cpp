@@ -4,6 +4,7 @@
 #include <new>
 
 #include "aclapi.h"
+#include "api/failure.h"
 #include "files/security_ids.h"
 #include "machine/call.h"
 #include "winerror.h"
@@ -96,10 +97,7 @@ BOOL WINAPI MakeSelfRelativeSD(PSECURITY_DESCRIPTOR absolute, PSECURITY_DESCRIPT
   const DWORD needed = static_cast<DWORD>(sizeof(SECURITY_DESCRIPTOR_RELATIVE)) + listBytes;
   const DWORD room = *bytes;
   *bytes = needed;
-  if (room < needed) {
-    SetLastError(ERROR_INSUFFICIENT_BUFFER);
-    return FALSE;
-  }
+  if (room < needed) return Lab::Fail(ERROR_INSUFFICIENT_BUFFER);
   LAB_SUPPORTS(selfRelative != nullptr);
   SECURITY_DESCRIPTOR_RELATIVE head = {};
   head.Revision = from.Revision;

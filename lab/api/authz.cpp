@@ -1,10 +1,10 @@
 // Access checks for identifiers without a logon.
 #include "authz.h"
-#include "api/failure.h"
 
 #include <memory>
 #include <string>
 
+#include "api/failure.h"
 #include "files/security_ids.h"
 #include "machine/call.h"
 #include "machine/handles.h"

@@ -1,3 +1,4 @@
+#include "api/failure.h"
 #include "machine/call.h"
 #include "machine/machine.h"
 #include "windows.h"
@@ -10,8 +11,7 @@ BOOL WINAPI GetComputerNameExW(COMPUTER_NAME_FORMAT kind, LPWSTR name, LPDWORD s
   const DWORD room = *size;
   if (name == nullptr || room <= fullName.size()) {
     *size = static_cast<DWORD>(fullName.size() + 1);
-    SetLastError(ERROR_MORE_DATA);
-    return FALSE;
+    return Lab::Fail(ERROR_MORE_DATA);
   }
   fullName.copy(name, fullName.size());
   name[fullName.size()] = L'\0';

@@ -1,4 +1,5 @@
 // Handlers of the console's control events.
+#include "api/failure.h"
 #include "console/control_events.h"
 
 #include "machine/call.h"
@@ -13,6 +14,5 @@ BOOL SetConsoleCtrlHandler(PHANDLER_ROUTINE handler, BOOL add) {
     return TRUE;
   }
   if (Lab::ControlEvents::Instance().Remove(handler)) return TRUE;
-  SetLastError(ERROR_INVALID_PARAMETER);
-  return FALSE;
+  return Lab::Fail(ERROR_INVALID_PARAMETER);
 }

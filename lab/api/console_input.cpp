@@ -1,9 +1,9 @@
 // The console's input and its modes.
 #include "console/console_input.h"
-#include "api/failure.h"
 
 #include <unistd.h>
 
+#include "api/failure.h"
 #include "console/standard_stream.h"
 #include "machine/call.h"
 #include "windows.h"
@@ -33,8 +33,7 @@ HANDLE GetStdHandle(DWORD stream) {
     case STD_ERROR_HANDLE:
       return handles[2];
     default:
-      SetLastError(ERROR_INVALID_HANDLE);
-      return INVALID_HANDLE_VALUE;
+      return Lab::FailToOpen(ERROR_INVALID_HANDLE);
   }
 }
 

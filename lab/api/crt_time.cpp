@@ -4,14 +4,13 @@
 
 namespace {
 
-/// From the first day of 1601 to that of 1970, in seconds.
-constexpr std::uint64_t kUnixEpoch = 11'644'473'600;
+constexpr std::uint64_t kStepsInASecond = 10'000'000;
 
 }  // namespace
 
 __time64_t _time64(__time64_t* time) {
-  const auto now =
-      static_cast<__time64_t>(Lab::TheMachine().Clock().TimeOfDay() / 10'000'000 - kUnixEpoch);
+  const std::uint64_t seconds = Lab::TheMachine().Clock().TimeOfDay() / kStepsInASecond;
+  const auto now = static_cast<__time64_t>(seconds - Lab::kUnixEpoch / kStepsInASecond);
   if (time != nullptr) *time = now;
   return now;
 }

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <filesystem>
 
+#include "api/failure.h"
 #include "errhandlingapi.h"
 #include "fileapi.h"
 #include "files/host_errors.h"
@@ -40,10 +41,7 @@ BOOL WINAPI GetDiskFreeSpaceExW(LPCWSTR folder, PULARGE_INTEGER freeToCaller, PU
   LAB_SUPPORTS(freeToCaller != nullptr && total == nullptr && totalFree == nullptr);
   std::uint64_t bytes = 0;
   const DWORD error = FreeBytes(folder, bytes);
-  if (error != ERROR_SUCCESS) {
-    SetLastError(error);
-    return FALSE;
-  }
+  if (error != ERROR_SUCCESS) return Lab::Fail(error);
   freeToCaller->QuadPart = bytes;
   return TRUE;
 }

@@ -1,6 +1,7 @@
 #include <string>
 #include <string_view>
 
+#include "api/failure.h"
 #include "machine/call.h"
 #include "machine/machine.h"
 #include "machine/variables.h"
@@ -15,10 +16,7 @@ DWORD WINAPI GetEnvironmentVariableW(LPCWSTR name, LPWSTR buffer, DWORD bufferLe
   LAB_SUPPORTS(buffer != nullptr || bufferLength == 0);
   const Lab::Variables& variables = Lab::TheMachine().Describe().processVariables;
   const auto variable = variables.find(std::wstring_view(name));
-  if (variable == variables.end()) {
-    SetLastError(ERROR_ENVVAR_NOT_FOUND);
-    return 0;
-  }
+  if (variable == variables.end()) return Lab::Fail(ERROR_ENVVAR_NOT_FOUND);
   const std::wstring& value = variable->second;
   if (bufferLength <= value.size()) return static_cast<DWORD>(value.size() + 1);
   value.copy(buffer, value.size());
@@ -35,10 +33,7 @@ BOOL WINAPI ExpandEnvironmentStringsForUserW(HANDLE token, LPCWSTR source, LPWST
   LAB_SUPPORTS(token == nullptr);
   const std::wstring text =
       Lab::ExpandVariables(source, Lab::TheMachine().Describe().systemVariables);
-  if (text.size() >= targetLength) {
-    SetLastError(ERROR_INSUFFICIENT_BUFFER);
-    return FALSE;
-  }
+  if (text.size() >= targetLength) return Lab::Fail(ERROR_INSUFFICIENT_BUFFER);
   text.copy(target, text.size());
   target[text.size()] = L'\0';
   return TRUE;

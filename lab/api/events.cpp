@@ -2,6 +2,7 @@
 #include <memory>
 #include <system_error>
 
+#include "api/failure.h"
 #include "machine/call.h"
 #include "machine/handles.h"
 #include "sync/event.h"
@@ -30,8 +31,7 @@ HANDLE CreateEventW(LPSECURITY_ATTRIBUTES attributes, BOOL manualReset, BOOL ini
     SetLastError(ERROR_SUCCESS);
     return handle;
   } catch (const std::system_error&) {
-    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-    return nullptr;
+    return Lab::FailWithNull(ERROR_NOT_ENOUGH_MEMORY);
   }
 }
 

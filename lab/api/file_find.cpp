@@ -1,9 +1,9 @@
 // FindFirstFileW and its kin.
-#include "api/failure.h"
 #include "files/find.h"
 
 #include <filesystem>
 
+#include "api/failure.h"
 #include "machine/call.h"
 #include "machine/machine.h"
 #include "machine/paths.h"
@@ -11,6 +11,7 @@
 
 namespace {
 
+using Lab::Fail;
 using Lab::FailToOpen;
 
 namespace fs = std::filesystem;
@@ -54,14 +55,12 @@ BOOL FindNextFileW(HANDLE handle, LPWIN32_FIND_DATAW entry) {
   LAB_SUPPORTS(entry != nullptr);
   const auto find = Lab::Handles().FindAs<Lab::Find>(handle);
   if (find != nullptr && find->Next(*entry)) return TRUE;
-  SetLastError(find == nullptr ? ERROR_INVALID_HANDLE : ERROR_NO_MORE_FILES);
-  return FALSE;
+  return Fail(find == nullptr ? ERROR_INVALID_HANDLE : ERROR_NO_MORE_FILES);
 }
 
 BOOL FindClose(HANDLE handle) {
   const Lab::Call call("FindClose");
   if (call.FailsByPlan()) return FALSE;
   if (Lab::Handles().FindAs<Lab::Find>(handle) != nullptr) return Lab::Handles().Close(handle);
-  SetLastError(ERROR_INVALID_HANDLE);
-  return FALSE;
+  return Fail(ERROR_INVALID_HANDLE);
 }

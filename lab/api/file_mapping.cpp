@@ -130,10 +130,7 @@ BOOL UnmapViewOfFile(LPCVOID view) {
   const Lab::Call call("UnmapViewOfFile");
   if (call.FailsByPlan()) return FALSE;
   const std::shared_ptr<Mapping> mapping = Views::Instance().Take(view);
-  if (mapping == nullptr) {
-    SetLastError(kInvalidAddress);
-    return FALSE;
-  }
+  if (mapping == nullptr) return Lab::Fail(kInvalidAddress);
   mapping->Unmap(const_cast<void*>(view));
   return TRUE;
 }

@@ -74,6 +74,5 @@ BOOL CloseHandle(HANDLE object) {
   const bool isOther = Lab::Handles().FindAs<Lab::Find>(object) != nullptr ||
                        Lab::Handles().FindAs<Lab::ServiceControlObject>(object) != nullptr;
   if (!isOther && Lab::Handles().Close(object)) return TRUE;
-  SetLastError(ERROR_INVALID_HANDLE);
-  return FALSE;
+  return Lab::Fail(ERROR_INVALID_HANDLE);
 }

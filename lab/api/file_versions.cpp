@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <string>
 
+#include "api/failure.h"
 #include "machine/call.h"
 #include "machine/file_versions.h"
 #include "machine/machine.h"
@@ -49,8 +50,7 @@ const Lab::FileVersion* Find(LPCWSTR path) {
   const Lab::FileVersions& versions = Lab::TheMachine().Describe().fileVersions;
   const auto found = versions.find(path);
   if (found != versions.end()) return &found->second;
-  SetLastError(ProblemWith(path));
-  return nullptr;
+  return Lab::FailWithNull(ProblemWith(path));
 }
 
 }  // namespace

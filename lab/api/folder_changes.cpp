@@ -20,8 +20,7 @@ constexpr DWORD kSupportedFilter = FILE_NOTIFY_CHANGE_FILE_NAME | FILE_NOTIFY_CH
 std::shared_ptr<Lab::OpenFile> FindFolder(HANDLE handle) {
   auto folder = Lab::Handles().FindAs<Lab::OpenFile>(handle);
   if (folder != nullptr && folder->IsFolder()) return folder;
-  SetLastError(folder == nullptr ? ERROR_INVALID_HANDLE : ERROR_INVALID_PARAMETER);
-  return nullptr;
+  return Lab::FailWithNull(folder == nullptr ? ERROR_INVALID_HANDLE : ERROR_INVALID_PARAMETER);
 }
 
 }  // namespace

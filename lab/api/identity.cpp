@@ -4,6 +4,7 @@
 #include <string>
 #include <utility>
 
+#include "api/failure.h"
 #include "files/security_ids.h"
 #include "machine/call.h"
 #include "machine/handles.h"
@@ -14,6 +15,8 @@
 #include "winerror.h"
 
 namespace {
+
+using Lab::Fail;
 
 constexpr BYTE kMostSubAuthorities = 8;
 
@@ -28,8 +31,7 @@ BOOLEAN WINAPI GetUserNameExW(EXTENDED_NAME_FORMAT format, LPWSTR name, PULONG n
   const ULONG room = *nameLength;
   if (name == nullptr || room <= user.size()) {
     *nameLength = static_cast<ULONG>(user.size() + 1);
-    SetLastError(ERROR_MORE_DATA);
-    return FALSE;
+    return static_cast<BOOLEAN>(Fail(ERROR_MORE_DATA));
   }
   user.copy(name, user.size());
   name[user.size()] = L'\0';
@@ -44,10 +46,7 @@ BOOL WINAPI AllocateAndInitializeSid(PSID_IDENTIFIER_AUTHORITY authority, BYTE s
   const Lab::Call call("AllocateAndInitializeSid");
   if (call.FailsByPlan()) return FALSE;
   LAB_SUPPORTS(authority != nullptr && sid != nullptr);
-  if (subAuthorityCount > kMostSubAuthorities) {
-    SetLastError(ERROR_INVALID_SID);
-    return FALSE;
-  }
+  if (subAuthorityCount > kMostSubAuthorities) return Fail(ERROR_INVALID_SID);
   void* const memory = ::operator new(Lab::SidBytes(kMostSubAuthorities));
   SID* const made = new (memory) SID{SID_REVISION, subAuthorityCount, *authority, {}};
   const DWORD values[kMostSubAuthorities] = {subAuthority0, subAuthority1, subAuthority2,
@@ -70,8 +69,7 @@ BOOL WINAPI CheckTokenMembership(HANDLE token, PSID sid, PBOOL isMember) {
   }
   const auto object = Lab::Handles().FindAs<Lab::Token>(token);
   if (object == nullptr || object->IsPrimary()) {
-    SetLastError(object == nullptr ? ERROR_INVALID_HANDLE : ERROR_NO_IMPERSONATION_TOKEN);
-    return FALSE;
+    return Fail(object == nullptr ? ERROR_INVALID_HANDLE : ERROR_NO_IMPERSONATION_TOKEN);
   }
   *isMember = object->IsOf(wanted);
   return TRUE;

@@ -70,7 +70,6 @@ ULONG Lab::EndLdapCall(ULONG code) { return tLastError = code; }
 LDAP* LDAPAPI ldap_initW(const PWCHAR host, ULONG port) {
   const Lab::Call call("ldap_initW", host == nullptr ? L"" : host);
   if (const auto error = call.PlannedError()) return Lab::EndLdapCall(*error), nullptr;
-  // One host, no list; and the port apart from it.
   LAB_SUPPORTS(host != nullptr);  // Null would look for a domain controller.
   LAB_SUPPORTS(port != 0 && port <= kHighestPort);
   if (*host == L'\0') return Lab::EndLdapCall(LDAP_PARAM_ERROR), nullptr;

@@ -3,6 +3,7 @@
 #include <memory>
 #include <utility>
 
+#include "api/failure.h"
 #include "machine/call.h"
 #include "machine/handles.h"
 #include "machine/machine.h"
@@ -11,6 +12,8 @@
 #include "windows.h"
 
 namespace {
+
+using Lab::Fail;
 
 /// \return True when the domain of a logon means the computer itself.
 bool IsThisComputer(std::wstring_view domain, const Lab::Description& machine) {
@@ -71,10 +74,7 @@ BOOL WINAPI LogonUserW(LPCWSTR user, LPCWSTR domain, LPCWSTR password, DWORD log
   const bool asService = logonType == LOGON32_LOGON_SERVICE;
   const Lab::Account* account = nullptr;
   const DWORD error = CheckLogon(user, domain, password, asService, account);
-  if (error != ERROR_SUCCESS) {
-    SetLastError(error);
-    return FALSE;
-  }
+  if (error != ERROR_SUCCESS) return Fail(error);
   // A service's logon is to start its process, one from the network to act for the account.
   *token = Lab::Handles().Add(std::make_shared<Lab::LogonToken>(*account, asService));
   return TRUE;
@@ -87,15 +87,9 @@ BOOL WINAPI DuplicateTokenEx(HANDLE token, DWORD access, LPSECURITY_ATTRIBUTES a
   LAB_SUPPORTS(access == TOKEN_QUERY && attributes == nullptr && copy != nullptr);
   LAB_SUPPORTS(level == SecurityIdentification && type == TokenImpersonation);
   const auto original = Lab::Handles().FindAs<Lab::Token>(token);
-  if (original == nullptr) {
-    SetLastError(ERROR_INVALID_HANDLE);
-    return FALSE;
-  }
+  if (original == nullptr) return Fail(ERROR_INVALID_HANDLE);
   auto made = original->ToImpersonate();
-  if (made == nullptr) {
-    SetLastError(ERROR_ACCESS_DENIED);
-    return FALSE;
-  }
+  if (made == nullptr) return Fail(ERROR_ACCESS_DENIED);
   *copy = Lab::Handles().Add(std::move(made));
   return TRUE;
 }

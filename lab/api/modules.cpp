@@ -39,10 +39,7 @@ BOOL WINAPI FreeLibrary(HMODULE module) {
   const Lab::Call call("FreeLibrary");
   if (call.FailsByPlan()) return FALSE;
   const std::wstring name = Lab::Modules().NameOf(module);
-  if (name.empty()) {
-    SetLastError(ERROR_MOD_NOT_FOUND);
-    return FALSE;
-  }
+  if (name.empty()) return Lab::Fail(ERROR_MOD_NOT_FOUND);
   Lab::Modules().Unload(name);
   return TRUE;
 }

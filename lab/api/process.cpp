@@ -1,5 +1,6 @@
 #include <unistd.h>
 
+#include "api/failure.h"
 #include "machine/call.h"
 #include "machine/machine.h"
 #include "processthreadsapi.h"
@@ -25,10 +26,7 @@ BOOL WINAPI SetProcessShutdownParameters(DWORD level, DWORD flags) {
   if (call.FailsByPlan()) return FALSE;
   LAB_SUPPORTS(flags == 0);
   constexpr DWORD kHighestLevel = 0x4FF;
-  if (level > kHighestLevel) {
-    SetLastError(ERROR_INVALID_PARAMETER);
-    return FALSE;
-  }
+  if (level > kHighestLevel) return Lab::Fail(ERROR_INVALID_PARAMETER);
   // The level says when the process is asked at the end of the machine; the lab's has no end that
   // asks processes.
   return TRUE;

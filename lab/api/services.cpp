@@ -13,6 +13,7 @@
 namespace {
 
 using Lab::Fail;
+using Lab::FailWithNull;
 
 constexpr DWORD kSupportedRights =
     SERVICE_QUERY_CONFIG | SERVICE_QUERY_STATUS | SERVICE_ENUMERATE_DEPENDENTS | SERVICE_START;
@@ -83,10 +84,7 @@ SC_HANDLE WINAPI OpenSCManagerW(LPCWSTR machine, LPCWSTR database, DWORD access)
   const Lab::Call call("OpenSCManagerW");
   if (call.FailsByPlan()) return nullptr;
   LAB_SUPPORTS(machine == nullptr && database == nullptr && access == SC_MANAGER_ALL_ACCESS);
-  if (!Lab::TheMachine().Describe().UserIsAdministrator()) {
-    SetLastError(ERROR_ACCESS_DENIED);
-    return nullptr;
-  }
+  if (!Lab::TheMachine().Describe().UserIsAdministrator()) return FailWithNull(ERROR_ACCESS_DENIED);
   return AddHandle(std::make_shared<Lab::ServiceManagerObject>());
 }
 
@@ -96,19 +94,15 @@ SC_HANDLE WINAPI OpenServiceW(SC_HANDLE manager, LPCWSTR name, DWORD access) {
   if (call.FailsByPlan()) return nullptr;
   LAB_SUPPORTS((access & ~kSupportedRights) == 0);
   const std::wstring text = name;
-  const auto refuse = [](DWORD error) {
-    SetLastError(error);
-    return nullptr;
-  };
   if (Lab::Handles().FindAs<Lab::ServiceManagerObject>(manager) == nullptr) {
-    return refuse(ERROR_INVALID_HANDLE);
+    return FailWithNull(ERROR_INVALID_HANDLE);
   }
   if (text.empty() || text.find_first_of(L"\\/") != std::wstring::npos) {
-    return refuse(ERROR_INVALID_NAME);
+    return FailWithNull(ERROR_INVALID_NAME);
   }
   const Lab::Services& services = Lab::TheMachine().Describe().services;
   const auto found = services.find(text);
-  if (found == services.end()) return refuse(ERROR_SERVICE_DOES_NOT_EXIST);
+  if (found == services.end()) return FailWithNull(ERROR_SERVICE_DOES_NOT_EXIST);
   return AddHandle(std::make_shared<Lab::ServiceObject>(found->first, found->second, access));
 }
 

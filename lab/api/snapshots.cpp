@@ -23,6 +23,7 @@
 namespace {
 
 using Lab::Fail;
+using Lab::FailWithNull;
 
 /// A thread of the system itself: a snapshot is of all processes.
 constexpr DWORD kSystemProcess = 4;
@@ -142,15 +143,11 @@ HANDLE OpenThread(DWORD access, BOOL inherit, DWORD threadId) {
   LAB_SUPPORTS(access == SYNCHRONIZE && inherit == FALSE);
   const auto thread = static_cast<pid_t>(threadId);
   const auto start = Lab::HostThread::StartOf(thread);
-  if (!start) {
-    SetLastError(ERROR_INVALID_PARAMETER);
-    return nullptr;
-  }
+  if (!start) return FailWithNull(ERROR_INVALID_PARAMETER);
   try {
     return Lab::Handles().Add(std::make_shared<Lab::HostThread>(thread, *start));
   } catch (const std::system_error&) {
-    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-    return nullptr;
+    return FailWithNull(ERROR_NOT_ENOUGH_MEMORY);
   }
 }
 

@@ -1,5 +1,6 @@
 #include <string_view>
 
+#include "api/failure.h"
 #include "api/thread_language.h"
 #include "machine/call.h"
 #include "machine/handles.h"
@@ -32,10 +33,7 @@ int WINAPI LoadStringW(HINSTANCE module, UINT id, LPWSTR buffer, int bufferLengt
   // The upper half of an id is no part of it.
   const auto shortId = static_cast<std::uint16_t>(id & 0xFFFF);
   const LANGID language = ChooseLanguage(shortId);
-  if (language == 0) {
-    SetLastError(ERROR_RESOURCE_NAME_NOT_FOUND);
-    return 0;
-  }
+  if (language == 0) return Lab::Fail(ERROR_RESOURCE_NAME_NOT_FOUND);
   const std::wstring_view text = Lab::FindString(language, shortId);
   const std::size_t copied = text.copy(buffer, static_cast<std::size_t>(bufferLength) - 1);
   buffer[copied] = L'\0';

@@ -1,6 +1,7 @@
 // Threads that act for their own process's user. There is nobody else for whom one could.
 #include <memory>
 
+#include "api/failure.h"
 #include "errhandlingapi.h"
 #include "machine/call.h"
 #include "process/token.h"
@@ -28,10 +29,7 @@ BOOL WINAPI OpenThreadToken(HANDLE thread, DWORD access, BOOL openAsSelf, PHANDL
   if (call.FailsByPlan()) return FALSE;
   LAB_SUPPORTS(thread == PseudoHandle() && access == TOKEN_QUERY);
   LAB_SUPPORTS(openAsSelf != FALSE && token != nullptr);
-  if (!tActsForSomebody) {
-    SetLastError(ERROR_NO_TOKEN);
-    return FALSE;
-  }
+  if (!tActsForSomebody) return Lab::Fail(ERROR_NO_TOKEN);
   *token = Lab::Handles().Add(std::make_shared<Lab::ThreadToken>());
   return TRUE;
 }

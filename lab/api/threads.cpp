@@ -5,6 +5,7 @@
 #include <system_error>
 #include <thread>
 
+#include "api/failure.h"
 #include "machine/call.h"
 #include "machine/handles.h"
 #include "sync/signal.h"
@@ -43,7 +44,6 @@ HANDLE CreateThread(LPSECURITY_ATTRIBUTES attributes, SIZE_T stackSize,
     }).detach();
     return Lab::Handles().Add(std::move(thread));
   } catch (const std::system_error&) {
-    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-    return nullptr;
+    return Lab::FailWithNull(ERROR_NOT_ENOUGH_MEMORY);
   }
 }

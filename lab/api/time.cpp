@@ -1,5 +1,6 @@
 #include <chrono>
 
+#include "api/failure.h"
 #include "machine/call.h"
 #include "machine/machine.h"
 #include "synchapi.h"
@@ -45,10 +46,7 @@ BOOL WINAPI FileTimeToSystemTime(const FILETIME* fileTime, LPSYSTEMTIME systemTi
   if (call.FailsByPlan()) return FALSE;
   using namespace std::chrono;
   const std::uint64_t raw = std::uint64_t{fileTime->dwHighDateTime} << 32 | fileTime->dwLowDateTime;
-  if (raw >> 63 != 0) {
-    SetLastError(ERROR_INVALID_PARAMETER);
-    return FALSE;
-  }
+  if (raw >> 63 != 0) return Lab::Fail(ERROR_INVALID_PARAMETER);
   const Ticks since{static_cast<std::int64_t>(raw)};
   constexpr sys_days kBegin{year(1601) / January / 1};
   const days wholeDays = floor<days>(since);

@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 
+#include "api/failure.h"
 #include "machine/call.h"
 #include "machine/handles.h"
 #include "machine/machine.h"
@@ -32,8 +33,7 @@ BOOL CreateEnvironmentBlock(LPVOID* environment, HANDLE token, BOOL inherit) {
   if (call.FailsByPlan()) return FALSE;
   LAB_SUPPORTS(environment != nullptr && inherit == FALSE);
   if (Lab::Handles().FindAs<Lab::ProcessToken>(token) == nullptr) {
-    SetLastError(ERROR_INVALID_HANDLE);
-    return FALSE;
+    return Lab::Fail(ERROR_INVALID_HANDLE);
   }
   std::wstring block;
   for (const auto& [name, value] : Lab::TheMachine().Describe().userVariables) {

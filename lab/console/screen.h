@@ -2,7 +2,6 @@
 #pragma once
 
 #include <mutex>
-#include <optional>
 
 #include "wincon.h"
 
