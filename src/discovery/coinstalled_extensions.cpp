@@ -2,10 +2,10 @@
 
 #include <string>
 
-#include "core/console.h"
 #include "core/logging.h"
 #include "core/messages.h"
 #include "core/property_store.h"
+#include "core/start_failure.h"
 #include "discovery/upgrade_codes.h"
 #include "host/registry.h"
 
@@ -60,11 +60,8 @@ bool DiscoverExtensionsWithSSO() {
   const ExtensionLists extensions = FindExtensions();
   const bool platformInstaller = gProperties[L"RIMSAWIN_INSTALLED"] == L"1";
   if (!extensions.blocking.empty()) {
-    const unsigned int id = platformInstaller ? 1150 : 1149;
-    PrintLine(GetLocalizedString(id, extensions.blocking));
-    const std::wstring english = GetLocalizedStringIn(id, extensions.blocking, "en");
-    log.Error(L"DiscoverExtensionsWithSSO: %s", english.c_str());
-    gProperties[L"HV_INIT_ERROR"] = english;
+    ReportFatal(L"DiscoverExtensionsWithSSO: %s", platformInstaller ? 1150 : 1149,
+                {extensions.blocking});
     return false;
   }
   if (!extensions.warning.empty()) {

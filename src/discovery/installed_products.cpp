@@ -8,6 +8,7 @@
 #include "core/logging.h"
 #include "core/messages.h"
 #include "core/property_store.h"
+#include "core/start_failure.h"
 #include "discovery/deployment_type.h"
 #include "discovery/product_names.h"
 #include "discovery/upgrade_codes.h"
@@ -48,32 +49,26 @@ InstalledVersions ReadInstalledVersions() {
   return installed;
 }
 
-/// Logs a message in English and stores it as the reason why start-up failed.
-/// \return False, for the caller to hand on.
-bool RecordRefusal(unsigned int id, const std::vector<std::wstring>& arguments = {}) {
-  LogScope log;
-  const std::wstring english = GetLocalizedStringIn(id, arguments, "en");
-  log.Error(L"DiscoverInstalledProducts: %s", english.c_str());
-  gProperties[L"HV_INIT_ERROR"] = english;
-  return false;
-}
+constexpr WideFormat<const wchar_t*> kRefusal = L"DiscoverInstalledProducts: %s";
 
+/// \return False, for the caller to hand on.
 bool Refuse(unsigned int id, const std::vector<std::wstring>& arguments = {}) {
-  PrintLine(GetLocalizedString(id, arguments));
-  return RecordRefusal(id, arguments);
+  ReportFatal(kRefusal, id, arguments);
+  return false;
 }
 
 /// Refuses a source of a version that no migration starts from, and names the one that would do.
 bool RefuseVersion(unsigned int id, const std::wstring& installed, const std::wstring& target) {
   PrintLine(GetLocalizedString(1133) + GetLocalizedString(id, installed, target) + L" " +
             GetLocalizedString(1122, target));
-  return RecordRefusal(id, {installed, target});
+  LogAndStoreError(kRefusal, id, {installed, target});
+  return false;
 }
 
 /// Refuses a machine on which nothing can be migrated. \p hint is a message with the target's
 /// version; the operator reads it before the reason.
 bool RefuseNothingFound(unsigned int hint, const std::wstring& target) {
-  (void)RecordRefusal(1123);
+  LogAndStoreError(kRefusal, 1123);
   PrintLine(GetLocalizedString(hint, target));
   PrintLine(GetLocalizedString(1123));
   return false;

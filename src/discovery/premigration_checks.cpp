@@ -3,12 +3,12 @@
 #include <json/value.h>
 
 #include <string>
-#include <vector>
 
 #include "core/console.h"
 #include "core/logging.h"
 #include "core/messages.h"
 #include "core/property_store.h"
+#include "core/start_failure.h"
 #include "core/text.h"
 #include "host/windows_api.h"
 #include "network/network_configuration.h"
@@ -26,18 +26,6 @@ namespace {
 bool Refuse(unsigned int message, const wchar_t* initError) {
   PrintLine(GetLocalizedString(message));
   gProperties[L"HV_INIT_ERROR"] = initError;
-  return false;
-}
-
-/// Logs the English message as an error and stores it for the status file.
-/// \param line  The log line, with %s for the message.
-/// \return False, for the caller to hand on.
-bool RecordRefusal(const WideFormat<const wchar_t*>& line, unsigned int message,
-                   const std::vector<std::wstring>& arguments = {}) {
-  LogScope log;
-  const std::wstring english = GetLocalizedStringIn(message, arguments, "en");
-  log.Error(line, english.c_str());
-  gProperties[L"HV_INIT_ERROR"] = english;
   return false;
 }
 
@@ -91,8 +79,8 @@ bool SettleExportDir(int argc) {
   constexpr int kFurtherTries = 3;
   for (int tries = 0; !Security::ValidateExportDir(); ++tries) {
     if (argc != 1 || tries == kFurtherTries) {
-      PrintLine(GetLocalizedString(1008));
-      return RecordRefusal(L"RunPreMigrationChecks: %s", 1008);
+      ReportFatal(L"RunPreMigrationChecks: %s", 1008);
+      return false;
     }
     Print(GetLocalizedString(1009));
     gProperties[L"EXPORT_DIR"] = ReadLine();
@@ -119,9 +107,8 @@ bool HasTimeServers() {
 }
 
 bool RefuseVersion(unsigned int message, const std::wstring& address, const std::wstring& version) {
-  const std::vector<std::wstring> arguments{address, version, version};
-  PrintLine(GetLocalizedString(message, arguments));
-  return RecordRefusal(L"RunKvSsoBvcPreMigrationChecks: %s", message, arguments);
+  ReportFatal(L"RunKvSsoBvcPreMigrationChecks: %s", message, {address, version, version});
+  return false;
 }
 
 /// The node beside the Kelvane Server has to be of the target's version, no older and no newer.
@@ -145,11 +132,12 @@ bool HasControllerOfTargetVersion() {
 bool RefuseMissingGateway(const std::wstring& address) {
   PrintLine(GetLocalizedString(1133) + GetLocalizedString(1217, address));
   PrintLine(GetLocalizedString(1054) + GetLocalizedString(1218));
-  return RecordRefusal(L"CheckDefaultGateway: %s", 1217, {address});
+  LogAndStoreError(L"CheckDefaultGateway: %s", 1217, {address});
+  return false;
 }
 
 bool RefuseFailedCollection(const Json::Value& reply) {
-  (void)RecordRefusal(L"CheckDefaultGateway: %s", 1064);
+  LogAndStoreError(L"CheckDefaultGateway: %s", 1064);
   PrintLine(GetLocalizedString(1133) + ErrorOf(reply));
   return false;
 }

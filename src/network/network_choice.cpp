@@ -7,6 +7,7 @@
 #include "core/logging.h"
 #include "core/messages.h"
 #include "core/property_store.h"
+#include "core/start_failure.h"
 #include "core/text.h"
 #include "network/adapter_snapshot.h"
 #include "network/adapters.h"
@@ -18,14 +19,6 @@ namespace {
 constexpr int kTries = 3;
 
 using Addresses = std::vector<std::wstring>;
-
-/// Tells the operator, and leaves the English text in HV_INIT_ERROR. \return That text.
-std::wstring ShowAndStore(unsigned int message, const std::vector<std::wstring>& arguments = {}) {
-  PrintLine(GetLocalizedString(message, arguments));
-  const std::wstring english = GetLocalizedStringIn(message, arguments, "en");
-  gProperties[L"HV_INIT_ERROR"] = english;
-  return english;
-}
 
 bool Migrate(const std::wstring& address) {
   LogScope log;
@@ -59,7 +52,7 @@ bool AskOperator(const Addresses& addresses) {
     if (const auto position = ReadPosition(ReadLine(), addresses.size())) {
       return Migrate(addresses[*position]);
     }
-    (void)ShowAndStore(1211, {count});
+    (void)ShowAndStoreError(1211, {count});
   }
   return false;
 }
@@ -69,14 +62,13 @@ bool TakeGivenAddress(const Addresses& addresses, const std::wstring& given) {
     if (address == given) return Migrate(address);
   }
   LogScope log;
-  const std::wstring english = ShowAndStore(1210, {JoinStrings(addresses, L", ")});
+  const std::wstring english = ShowAndStoreError(1210, {JoinStrings(addresses, L", ")});
   log.Info(L"CollectNetworkToMigrate: %s", english.c_str());
   return false;
 }
 
 bool RefuseToGuess() {
-  LogScope log;
-  log.Error(L"CollectNetworkToMigrate: %s", ShowAndStore(1214).c_str());
+  ReportFatal(L"CollectNetworkToMigrate: %s", 1214);
   return false;
 }
 
@@ -102,7 +94,7 @@ bool CollectNetworkToMigrate(const UserInput& input, int argc) {
   if (addresses.empty()) {
     log.Error(
         L"CollectNetworkToMigrate: Failed to collect network settings as there is no dns routableIP address on this machine");
-    (void)ShowAndStore(1064);
+    (void)ShowAndStoreError(1064);
     return false;
   }
   gProperties[L"APP_NET_PNID_IP"] = addresses.front();

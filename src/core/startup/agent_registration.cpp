@@ -5,7 +5,7 @@
 #include "core/messages.h"
 #include "core/property_store.h"
 #include "core/server_lifetime.h"
-#include "core/startup/fatal_error.h"
+#include "core/start_failure.h"
 #include "core/text.h"
 #include "serverclient/temporary_extension.h"
 

@@ -5,7 +5,7 @@
 #include "core/logging.h"
 #include "core/messages.h"
 #include "core/property_store.h"
-#include "core/startup/fatal_error.h"
+#include "core/start_failure.h"
 
 namespace Halvard {
 namespace {

@@ -6,7 +6,7 @@
 #include "core/logging.h"
 #include "core/messages.h"
 #include "core/property_store.h"
-#include "core/startup/fatal_error.h"
+#include "core/start_failure.h"
 #include "core/text.h"
 #include "host/windows_api.h"
 #include "security/directory_credentials.h"
@@ -76,12 +76,7 @@ bool AskForServiceAccount(UserInput& input) {
   return false;
 }
 
-void GiveUpAsking() {
-  LogScope log;
-  const std::wstring english = GetLocalizedStringIn(1042, "en");
-  log.Error(L"CollectRequiredUserInput: %s", english.c_str());
-  gProperties[L"HV_INIT_ERROR"] = english;
-}
+void GiveUpAsking() { LogAndStoreError(L"CollectRequiredUserInput: %s", 1042); }
 
 void RefuseGivenAdministrator() {
   if (IsMigrationType(L"infrastructure")) {

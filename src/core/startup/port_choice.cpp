@@ -9,7 +9,7 @@
 
 #include "core/logging.h"
 #include "core/property_store.h"
-#include "core/startup/fatal_error.h"
+#include "core/start_failure.h"
 #include "host/windows_api.h"
 
 namespace Halvard {

@@ -1,4 +1,4 @@
-#include "core/startup/fatal_error.h"
+#include "core/start_failure.h"
 
 #include "core/console.h"
 #include "core/logging.h"
@@ -14,10 +14,18 @@ std::wstring ShowAndStoreError(unsigned int id, const std::vector<std::wstring>&
   return english;
 }
 
+void LogAndStoreError(const WideFormat<const wchar_t*>& logFormat, unsigned int id,
+                      const std::vector<std::wstring>& arguments) {
+  LogScope log;
+  const std::wstring english = GetLocalizedStringIn(id, arguments, "en");
+  log.Error(logFormat, english.c_str());
+  gProperties[L"HV_INIT_ERROR"] = english;
+}
+
 void ReportFatal(const WideFormat<const wchar_t*>& logFormat, unsigned int id,
                  const std::vector<std::wstring>& arguments) {
-  LogScope log;
-  log.Error(logFormat, ShowAndStoreError(id, arguments).c_str());
+  PrintLine(GetLocalizedString(id, arguments));
+  LogAndStoreError(logFormat, id, arguments);
 }
 
 }  // namespace Halvard
