@@ -1,5 +1,6 @@
 #include "core/console.h"
 #include "core/messages.h"
+#include "core/migration_type.h"
 #include "core/property_store.h"
 #include "core/text.h"
 #include "service/async_service.h"
@@ -27,11 +28,11 @@ void AnnounceDeploymentType(OperationCall& call) {
 
 void DescribeDeployment(Json::Value& reply) {
   const std::wstring type = gProperties[L"MIGRATION_TYPE"];
-  const bool isSized = type == L"embedded" || type == L"management";
   SetSuccess(reply);
   reply["deployment_type"] = WideToUtf8(type);
-  reply["deployment_size"] =
-      isSized ? WideToUtf8(gProperties[L"DST_DEPLOYMENT_SIZE"].Value()) : std::string();
+  reply["deployment_size"] = HasKelvaneServer(type)
+                                 ? WideToUtf8(gProperties[L"DST_DEPLOYMENT_SIZE"].Value())
+                                 : std::string();
   reply["deployment_ver"] = WideToUtf8(gProperties[L"SOURCE_VERSION"].Value());
   reply["hv_kvsa_version"] = TargetVersion();
 }

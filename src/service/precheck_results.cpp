@@ -6,6 +6,7 @@
 #include "core/console.h"
 #include "core/logging.h"
 #include "core/messages.h"
+#include "core/migration_type.h"
 #include "core/property_store.h"
 #include "core/text.h"
 #include "host/windows_api.h"
@@ -53,7 +54,7 @@ bool ResultGathering::Fail(unsigned int message) {
 bool ResultGathering::DescribeInventory() {
   std::int32_t hosts = 0;
   std::int32_t machines = 0;
-  if (type_ == L"embedded" || type_ == L"management") {
+  if (HasKelvaneServer(type_)) {
     const int port = _wtoi(gProperties[L"KV_HTTPS_PORT"].Value().c_str());
     if (!ServerClient::GetInventorySizeOnServiceThread(
             "localhost", port, "", "", TextMember(request_, "sso_username"),

@@ -6,6 +6,7 @@
 #include "core/environment.h"
 #include "core/logging.h"
 #include "core/messages.h"
+#include "core/migration_type.h"
 #include "core/property_store.h"
 #include "core/server_lifetime.h"
 #include "core/start_failure.h"
@@ -30,10 +31,6 @@
 
 namespace Halvard {
 namespace {
-
-bool HasKelvaneServer(const Session& session) {
-  return session.migrationType == L"management" || session.migrationType == L"embedded";
-}
 
 bool DiscoverSource(Session& session) {
   if (!Discovery::DiscoverInstalledProducts()) return false;
@@ -68,7 +65,8 @@ bool ExamineSource(Session& session) {
     return false;
   }
   if (session.migrationType == L"tum") return ReadTumInfo(session);
-  return FindServiceAccount(session);
+  // The platform installer's file may name any type. Of another there is nothing more to know.
+  return !HasKelvaneServer(session.migrationType) || FindServiceAccount(session);
 }
 
 bool DeriveAdministrator(Session& session) {
@@ -115,7 +113,7 @@ void StoreAdministrator(const Session& session) {
 /// A failed query doesn't stop the run: it counts as an empty inventory, also where it broke off in
 /// the middle of the count.
 bool SizeInventory(const Session& session) {
-  if (!HasKelvaneServer(session)) return true;
+  if (!HasKelvaneServer(session.migrationType)) return true;
   LogScope log;
   std::int32_t hosts = 0;
   std::int32_t machines = 0;

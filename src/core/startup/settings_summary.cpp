@@ -3,6 +3,7 @@
 #include "core/console.h"
 #include "core/logging.h"
 #include "core/messages.h"
+#include "core/migration_type.h"
 #include "core/property_store.h"
 
 namespace Halvard {
@@ -14,10 +15,6 @@ void PrintIndented(const std::wstring& text) { PrintLine(kIndent + text); }
 
 void PrintSetting(unsigned int id, const wchar_t* property) {
   PrintIndented(GetLocalizedString(id, gProperties[property]));
-}
-
-bool HasKelvaneServer(const std::wstring& type) {
-  return type == L"management" || type == L"embedded";
 }
 
 void PrintWarnings() {

@@ -33,11 +33,11 @@ using Testing::OwnLog;
 constexpr wchar_t kUpdateManagerKey[] =
     L"HKEY_LOCAL_MACHINE\\SOFTWARE\\Wow6432Node\\Ostrel, Inc.\\Ostrel Update Manager";
 
-/// A run on an update manager's own machine, which only the flag lets begin. The command line gave
-/// everything.
-class UpdateManagersSession : public testing::Test {
+/// A run whose command line gave everything.
+class SessionStart : public testing::Test {
  protected:
-  UpdateManagersSession() : machine_("update-manager"), session_(std::make_unique<Session>(2)) {
+  explicit SessionStart(const char* machine)
+      : machine_(machine), session_(std::make_unique<Session>(2)) {
     for (const auto& [name, value] : gProperties.Snapshot()) gProperties[name] = L"";
     machine_.Set("/computer/uiLanguage", 1033);
     (void)SetThreadUILanguage(1033);
@@ -45,10 +45,8 @@ class UpdateManagersSession : public testing::Test {
     machine_.RemoveFile(L"%TEMP%\\halvard.log");
     gProperties[L"TARGET_VERSION"] = L"6.0";
     CheckCalls().clear();
-    automatedTumUpgrade = true;
     session_->input.ssoPassword = Testing::kAcceptedPassword;
   }
-  ~UpdateManagersSession() override { automatedTumUpgrade = false; }
 
   bool Start() {
     const Testing::ConsoleCapture console;
@@ -60,6 +58,13 @@ class UpdateManagersSession : public testing::Test {
   Lab::Instance machine_;
   std::unique_ptr<Session> session_;
   std::wstring console_;
+};
+
+/// On an update manager's own machine, which only the flag lets begin.
+class UpdateManagersSession : public SessionStart {
+ protected:
+  UpdateManagersSession() : SessionStart("update-manager") { automatedTumUpgrade = true; }
+  ~UpdateManagersSession() override { automatedTumUpgrade = false; }
 };
 
 TEST_F(UpdateManagersSession, EndsWithoutTheRecordOfItsServer) {
@@ -92,6 +97,23 @@ TEST_F(UpdateManagersSession, PassesOverTheNetworkAndEndsWhereTheServerNeedsOne)
   const std::vector<LogLine> log = OwnLog();
   EXPECT_THAT(log, Contains(InfoLine(L"Scripted: RunPreMigrationChecks(2)")));
   EXPECT_THAT(log, Not(Contains(InfoLine(L"Scripted: CheckDefaultGateway"))));
+}
+
+/// The platform installer's file names the type, and may name any.
+class SessionOfUnknownType : public SessionStart {
+ protected:
+  SessionOfUnknownType() : SessionStart("embedded-platform") {
+    machine_.WriteFile(L"C:\\ProgramData\\Ostrel\\KelvaneServer\\cfg\\deployment.node.type",
+                       "other\n");
+  }
+};
+
+TEST_F(SessionOfUnknownType, LooksForNoServiceAccount) {
+  session_->input.ssoPassword = L"wrong";
+  EXPECT_FALSE(Start());
+  EXPECT_EQ(gProperties[L"MIGRATION_TYPE"].Value(), L"other");
+  EXPECT_THAT(CheckCalls(), ElementsAre("ValidateKvAdminCredentials(localhost, 443, , , "
+                                        "Administrator@ostrel.local)"));
 }
 
 }  // namespace
