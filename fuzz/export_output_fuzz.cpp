@@ -16,6 +16,7 @@
 #include "runner/export_output.h"
 #include "runner/export_phase.h"
 #include "runner/runner_launch.h"
+#include "runner/service_script.h"
 
 namespace Halvard {
 namespace {
@@ -41,7 +42,7 @@ std::vector<std::wstring> Host::StartServices(const std::vector<std::wstring>& n
   return names;
 }
 
-bool Host::ServiceControlStartStopAllServices(bool) {
+bool Runner::ServiceControlStartStopAllServices(bool) {
   ++gRestarts;
   return true;
 }

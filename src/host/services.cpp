@@ -4,11 +4,8 @@
 #include <new>
 #include <utility>
 
-#include "core/format_into.h"
 #include "core/logging.h"
-#include "core/temp_directory.h"
 #include "host/unique_resource.h"
-#include "runner/process_monitor.h"
 
 namespace Halvard::Host {
 namespace {
@@ -21,11 +18,6 @@ constexpr DWORD kLongestPoll = 10'000;
 
 /// A service that is asked for its state and started. Nothing here stops one.
 constexpr DWORD kStartAccess = SERVICE_QUERY_STATUS | SERVICE_ENUMERATE_DEPENDENTS | SERVICE_START;
-
-constexpr wchar_t kHomeVariable[] = L"%OSTREL_RIMSA_HOME%";
-constexpr wchar_t kScript[] = L"bin\\service-control.bat";
-constexpr wchar_t kScriptLog[] = L"hv-service-control.log";
-constexpr std::size_t kCommandLineSize = 2048;
 
 UniqueServiceHandle OpenToStart(const std::wstring& name, LogScope& log) {
   const UniqueServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS));
@@ -103,33 +95,6 @@ UniqueServiceHandle OpenToConfigure(const std::wstring& name, LogScope& log) {
   return UniqueServiceHandle();
 }
 
-/// \return The path of the command interpreter; empty after a failure, which is logged.
-std::wstring FindInterpreter(LogScope& log) {
-  wchar_t path[MAX_PATH] = {};
-  const UINT length = GetSystemDirectoryW(path, MAX_PATH);
-  if (length != 0 && length < MAX_PATH && PathAppendW(path, L"cmd.exe")) return path;
-  const DWORD error = GetLastError();
-  log.Error(L"ServiceControlStartStopAllServices: Failed to get full path to cmd.exe. Error: %d",
-            error);
-  return {};
-}
-
-/// \return The path of the product's script; empty after a failure, which is logged.
-std::wstring FindScript(LogScope& log) {
-  wchar_t path[MAX_PATH] = {};
-  // An unknown variable is no failure: its reference stays, and the interpreter finds no script.
-  if (!ExpandEnvironmentStringsForUserW(nullptr, kHomeVariable, path, MAX_PATH)) {
-    const DWORD error = GetLastError();
-    log.Error(
-        L"ServiceControlStartStopAllServices: Failed to expand environment variable '%s'. Error: %d",
-        kHomeVariable, error);
-    return {};
-  }
-  if (PathAppendW(path, kScript)) return path;
-  log.Error(L"ServiceControlStartStopAllServices: Error appending %s for full path.", kScript);
-  return {};
-}
-
 }  // namespace
 
 bool QueryServiceConfigW(const std::wstring& name, ServiceConfiguration& configuration) {
@@ -198,21 +163,6 @@ std::vector<std::wstring> StartServices(const std::vector<std::wstring>& names) 
     started.push_back(name);
   }
   return started;
-}
-
-bool ServiceControlStartStopAllServices(bool start) {
-  LogScope log;
-  log.Info(L"ServiceControlStartStopAllServices: %s all services.",
-           start ? L"Starting" : L"Stopping");
-  const std::wstring interpreter = FindInterpreter(log);
-  if (interpreter.empty()) return false;
-  const std::wstring script = FindScript(log);
-  if (script.empty()) return false;
-  wchar_t line[kCommandLineSize] = {};
-  (void)FormatInto(line, L"\"%s\" /S /C \"\"%s\" %s >> %s%s 2>&1\"", interpreter.c_str(),
-                   script.c_str(), start ? L"--start --all" : L"--stop --all",
-                   GetTempDirectory().c_str(), kScriptLog);
-  return Runner::LaunchProcAndMonitorStatus(line);
 }
 
 }  // namespace Halvard::Host

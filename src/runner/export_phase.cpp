@@ -13,6 +13,7 @@
 #include "host/unique_resource.h"
 #include "runner/export_output.h"
 #include "runner/runner_launch.h"
+#include "runner/service_script.h"
 
 namespace Halvard::Runner {
 namespace {
@@ -99,7 +100,7 @@ DWORD WINAPI LaunchUpgradeRunnerExport(LPVOID /*unused*/) {
 
 DWORD WINAPI RestartServicesAfterFailedExport(LPVOID /*unused*/) {
   if (gProperties[L"SOURCE_VERSION"] != L"5.5") {
-    (void)Host::ServiceControlStartStopAllServices(true);
+    (void)ServiceControlStartStopAllServices(true);
     return 0;
   }
   const std::wstring names = ServicesToRestart(gProperties[L"MIGRATION_TYPE"]);

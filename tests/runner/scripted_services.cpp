@@ -4,6 +4,7 @@
 
 #include "core/text.h"
 #include "host/services.h"
+#include "runner/service_script.h"
 
 namespace Halvard {
 namespace {
@@ -36,7 +37,7 @@ std::vector<std::wstring> Host::StartServices(const std::vector<std::wstring>& n
   return names;
 }
 
-bool Host::ServiceControlStartStopAllServices(bool start) {
+bool Runner::ServiceControlStartStopAllServices(bool start) {
   Note(std::string("ServiceControlStartStopAllServices(") + (start ? "true" : "false") + ")");
   return true;
 }

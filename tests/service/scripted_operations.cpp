@@ -4,6 +4,7 @@
 #include "core/text.h"
 #include "host/services.h"
 #include "network/network_configuration.h"
+#include "runner/service_script.h"
 #include "security/controller_version.h"
 #include "serverclient/proxy_port.h"
 #include "transfer/export_zip.h"
@@ -88,6 +89,6 @@ std::vector<std::wstring> Host::StartServices(const std::vector<std::wstring>& n
   return names;
 }
 
-bool Host::ServiceControlStartStopAllServices(bool /*start*/) { return true; }
+bool Runner::ServiceControlStartStopAllServices(bool /*start*/) { return true; }
 
 }  // namespace Halvard

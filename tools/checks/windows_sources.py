@@ -25,10 +25,11 @@ ROOMS: Dict[str, Tuple[int, str]] = {
     'src/core/temp_directory.cpp': (3, 'GetTempPathW answers no longer path'),
     'src/host/files.cpp': (1, 'GetTempFileNameW writes no longer path'),
     'src/host/registry.cpp': (2, 'the folder of the install parameters, a longer one is an error line'),
-    'src/host/services.cpp': (5, 'the system folder and the script\'s, a longer one is an error line'),
     'src/runner/runner_extraction.cpp': (2, 'the installer takes no longer path of a package'),
     'src/runner/runner_input.cpp': (4, 'PathAddBackslashW knows no larger room, a longer folder is an '
                                        'error line'),
+    'src/runner/service_script.cpp': (5, 'the system folder and the script\'s, a longer one is an '
+                                         'error line'),
     'src/security/existing_path.cpp': (4, 'PathRemoveFileSpecW knows no larger room, a longer path is an '
                                           'error line'),
     'src/service/custom_prechecks.cpp': (3, 'a longer value of the variable counts as none'),
