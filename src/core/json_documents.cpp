@@ -52,6 +52,16 @@ bool ConvertStringToJsonObject(const std::string& utf8Text, Json::Value& out) {
   return false;
 }
 
+std::wstring StyledText(const Json::Value& document) {
+  return Utf8ToWide(Json::StyledWriter().write(document));
+}
+
+std::string TextOrNothing(const Json::Value& object, const char* member) {
+  if (!object.isObject()) return {};
+  const Json::Value& value = object[member];
+  return value.isConvertibleTo(Json::stringValue) ? value.asString() : std::string();
+}
+
 int GetJsonProperty(const std::wstring& key, Json::Value& out) {
   const std::wstring text = gProperties[key];
   if (ParseJson(WideToUtf8(text), out)) return 0;

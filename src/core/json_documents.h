@@ -22,6 +22,14 @@ bool ParseJson(std::string_view text, Json::Value& out);
 /// \return False, with a warning in the log, when the text is no JSON.
 bool ConvertStringToJsonObject(const std::string& utf8Text, Json::Value& out);
 
+/// \return A document as a log shows it: styled, over several lines, with a line end.
+std::wstring StyledText(const Json::Value& document);
+
+/// \param object  Of any JSON type.
+/// \return The text of a member, in UTF-8; empty when there is none, or when what there is can't be
+///         a text.
+std::string TextOrNothing(const Json::Value& object, const char* member);
+
 /// Parses a property's value, of whatever JSON type.
 /// \return 0, or kJsonFailure after logging the value (a private one as "***"). An empty property
 ///         is a failure.

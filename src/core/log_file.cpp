@@ -60,7 +60,7 @@ bool LogFile::OpenIfNeeded() {
   const std::wstring folder = GetTempDirectory();
   if (folder.empty()) return false;
   // Shared with everyone: the log is read, copied and zipped while it is open.
-  stream_ = _wfsopen((folder + L"halvard.log").c_str(), L"at", _SH_DENYNO);
+  stream_ = _wfsopen((folder + kLogFileName).c_str(), L"at", _SH_DENYNO);
   if (stream_ != nullptr) (void)std::setvbuf(stream_, nullptr, _IOFBF, kStreamBuffer);
   return true;
 }

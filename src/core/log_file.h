@@ -8,6 +8,9 @@
 
 namespace Halvard {
 
+/// The file's name, in the temp directory.
+inline constexpr wchar_t kLogFileName[] = L"halvard.log";
+
 /// The file behind all log scopes. Opened by the first scope, closed with the last; every
 /// operation is safe on any thread.
 class LogFile {

@@ -74,7 +74,7 @@ void InitializeProperties() {
   gProperties[L"EXPORT_DIR"] = Host::GetHVLocalAppDataFolder();
   gProperties[L"INSTALL_TYPE"] = L"embedded";
   gProperties[L"MIGRATION_TYPE"] = L"embedded";
-  gProperties[L"USER_OPTIONS"] = L"{\"keldb.migrateSet\":\"yes\"}";
+  gProperties[L"USER_OPTIONS"] = kDefaultUserOptions;
   gProperties[L"PREUPGRADE_CHECKS_STATUS"] = L"NOT_STARTED";
   gProperties[L"EXPORT_STATUS"] = L"NOT_STARTED";
   gProperties[L"EXPORT_RESULT"] = L"FAIL";

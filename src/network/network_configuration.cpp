@@ -1,7 +1,6 @@
 #include "network/network_configuration.h"
 
-#include <json/writer.h>
-
+#include "core/json_documents.h"
 #include "core/logging.h"
 #include "core/messages.h"
 #include "core/property_store.h"
@@ -101,7 +100,7 @@ bool CollectNetworkIdentity(const std::wstring& systemName, Json::Value& reply) 
   if (!GetTheNetworkConfiguration(gProperties[L"APP_NET_PNID_IP"], reply)) return false;
   reply["result"] = "success";
   log.Info(L"CollectNetworkIdentity: Successfully collected network configuration: %s",
-           Utf8ToWide(Json::StyledWriter().write(reply)).c_str());
+           StyledText(reply).c_str());
   return true;
 }
 

@@ -1,26 +1,18 @@
 #include "runner/answer_file.h"
 
-#include <json/writer.h>
-
 #include <string>
 
+#include "core/json_documents.h"
 #include "core/json_files.h"
 #include "core/logging.h"
 #include "core/temp_directory.h"
 #include "core/text.h"
 #include "host/windows_api.h"
 #include "runner/export_output.h"
+#include "runner/runner_files.h"
 
 namespace Halvard::Runner {
 namespace {
-
-/// \return A member's text; empty when there is none, or when what there is can't be a text. The
-///         runner may write anything.
-std::wstring TextOf(const Json::Value& object, const char* member) {
-  if (!object.isObject()) return {};
-  const Json::Value& value = object[member];
-  return value.isConvertibleTo(Json::stringValue) ? Utf8ToWide(value.asString()) : std::wstring();
-}
 
 /// \param replyFile  A full path, a file's name, or nothing.
 std::wstring AnswerPath(const std::wstring& directory, const std::wstring& replyFile,
@@ -43,17 +35,18 @@ bool CreateReplyFile(const Json::Value& answer) {
     log.Error(L"CreateReplyFile: Failed to read the json file at [%s].", outputPath.c_str());
     return false;
   }
+  // The runner may write anything.
   const Json::Value question = output.isObject() ? output["question"] : Json::Value();
-  const std::wstring id = TextOf(question, "id");
+  const std::wstring id = Utf8ToWide(TextOrNothing(question, "id"));
   if (id.empty()) {
     log.Error(L"CreateReplyFile: Question id is empty in [%s] file.", outputPath.c_str());
     return false;
   }
   log.Info(L"CreateReplyFile: Question id: [%s]", id.c_str());
-  log.Info(L"CreateReplyFile: Answer is: [%s]",
-           Utf8ToWide(Json::StyledWriter().write(answer)).c_str());
+  log.Info(L"CreateReplyFile: Answer is: [%s]", StyledText(answer).c_str());
   reply["reply_to"] = WideToUtf8(id);
-  const std::wstring path = AnswerPath(directory, TextOf(question, "reply_file"), id);
+  const std::wstring path =
+      AnswerPath(directory, Utf8ToWide(TextOrNothing(question, "reply_file")), id);
   log.Info(L"CreateReplyFile: Answer file will be created at [%s].", path.c_str());
   SECURITY_ATTRIBUTES defaultSecurity = {sizeof(SECURITY_ATTRIBUTES), nullptr, FALSE};
   if (!SaveJsonToFile(path, reply, &defaultSecurity)) {

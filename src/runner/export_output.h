@@ -9,9 +9,6 @@
 
 namespace Halvard::Runner {
 
-/// The document's file, in the agent's temp directory.
-inline constexpr wchar_t kExportOutputFile[] = L"UpgradeRunnerExportOutput.json";
-
 /// Holds off the agent's other threads from the file. They open it without sharing, and one that
 /// met another's open would take it for the runner's.
 [[nodiscard]] std::unique_lock<std::mutex> LockExportOutput();

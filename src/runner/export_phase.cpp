@@ -12,6 +12,7 @@
 #include "host/services.h"
 #include "host/unique_resource.h"
 #include "runner/export_output.h"
+#include "runner/runner_files.h"
 #include "runner/runner_launch.h"
 #include "runner/service_script.h"
 

@@ -7,6 +7,7 @@
 #include "core/temp_directory.h"
 #include "runner/export_estimates.h"
 #include "runner/preupgrade_output.h"
+#include "runner/runner_files.h"
 #include "runner/runner_launch.h"
 
 namespace Halvard::Runner {

@@ -7,6 +7,7 @@
 #include "core/logging.h"
 #include "core/property_store.h"
 #include "host/windows_api.h"
+#include "runner/runner_files.h"
 #include "security/security_descriptor.h"
 
 namespace Halvard::Runner {
@@ -103,7 +104,7 @@ bool SaveForAdministrators(const std::wstring& path, const Json::Value& input, L
 
 std::wstring CreateUpgradeRunnerInputFile(const std::wstring& directory, RunnerPhase phase) {
   LogScope log;
-  std::wstring path = directory + L"UpgradeRunnerInput.json";
+  std::wstring path = directory + kInputFile;
   Json::Value input;
   if (!LoadTemplate(input, log)) return {};
   const std::wstring migrationType = gProperties[L"MIGRATION_TYPE"];

@@ -13,6 +13,7 @@
 #include "runner/export_output.h"
 #include "runner/package_layout.h"
 #include "runner/process_monitor.h"
+#include "runner/runner_files.h"
 #include "runner/runner_input.h"
 
 namespace Halvard::Runner {
@@ -92,8 +93,8 @@ bool RunnerLaunch::BuildArguments(const std::wstring& locale) {
       return false;
   }
   // The runner's own parser doesn't mind the two blanks.
-  arguments_ += L" --configFile=\"" + inputPath_ + L"\" --logDir=\"" + tempDirectory_ +
-                L"kvsMigration" + L"\"  --locale=" + locale;
+  arguments_ += L" --configFile=\"" + inputPath_ + L"\" --logDir=\"" + tempDirectory_ + kLogFolder +
+                L"\"  --locale=" + locale;
   return true;
 }
 
@@ -159,8 +160,7 @@ void RunnerLaunch::DeleteInput() {
   // Without a temp directory there is no file and no name for one.
   if (tempDirectory_.empty() || EnvironmentVariableExists(L"KEEP_UR_JSON_FILES")) return;
   // A failed writing may have left a part of the file behind, passwords included.
-  const std::wstring path =
-      inputPath_.empty() ? tempDirectory_ + L"UpgradeRunnerInput.json" : inputPath_;
+  const std::wstring path = inputPath_.empty() ? tempDirectory_ + kInputFile : inputPath_;
   if (DeleteFileW(path.c_str())) {
     log_.Info(L"LaunchUpgradeRunnerCommon: Successfully deleted file: %ws", path.c_str());
     return;

@@ -8,7 +8,4 @@ enum RunnerPhase : int {
   RunnerPhaseExport = 1912,
 };
 
-/// What the runner writes for RunnerPhaseRequirements, in the temp directory.
-inline constexpr wchar_t kRequirementsOutputFile[] = L"UpgradeRunnerPreupgradeOutput.json";
-
 }  // namespace Halvard::Runner

@@ -1,10 +1,12 @@
 // The export: its start, its course, and the answers to its questions.
+#include "core/json_documents.h"
+#include "core/property_defaults.h"
 #include "core/property_store.h"
 #include "core/temp_directory.h"
-#include "core/text.h"
 #include "runner/answer_file.h"
 #include "runner/export_output.h"
 #include "runner/export_phase.h"
+#include "runner/runner_files.h"
 #include "service/async_service.h"
 #include "service/operation_call.h"
 
@@ -16,19 +18,16 @@ constexpr wchar_t kInvokeExport[] = L"Halvard::MigratorSvc::AsyncServiceImpl::In
 constexpr wchar_t kPollExportStatus[] = L"Halvard::MigratorSvc::AsyncServiceImpl::PollExportStatus";
 constexpr wchar_t kCreateAnswerFile[] = L"Halvard::MigratorSvc::AsyncServiceImpl::CreateAnswerFile";
 
-std::string Styled(const Json::Value& document) { return Json::StyledWriter().write(document); }
-
 /// The options reach the runner's input file as a JSON object if they are one, else as their text.
 void TakeUserOptions(OperationCall& call) {
-  static constexpr wchar_t kDefault[] = L"{\"keldb.migrateSet\":\"yes\"}";
   if (!call.Request().isMember("user_options")) {
     call.Log().Info(
         L"Halvard::MigratorSvc::AsyncServiceImpl::InvokeExport: No user options passed. Using default value: [%s].",
-        kDefault);
-    gProperties[L"USER_OPTIONS"] = kDefault;
+        kDefaultUserOptions);
+    gProperties[L"USER_OPTIONS"] = kDefaultUserOptions;
     return;
   }
-  const std::wstring options = Utf8ToWide(Styled(call.Request()["user_options"]));
+  const std::wstring options = StyledText(call.Request()["user_options"]);
   call.Log().Info(
       L"Halvard::MigratorSvc::AsyncServiceImpl::InvokeExport: User options passed: [%s]",
       options.c_str());
@@ -58,7 +57,7 @@ void ShowExportOutput(OperationCall& call) {
   if (call.Reply().empty() || HasStatus(call.Reply())) return;
   call.Log().Warn(
       L"Halvard::MigratorSvc::AsyncServiceImpl::PollExportStatus: UpgradeRunnerExportOutput.json content: %s",
-      Utf8ToWide(Styled(call.Reply())).c_str());
+      StyledText(call.Reply()).c_str());
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
 #include "core/console.h"
+#include "core/json_documents.h"
 #include "core/messages.h"
 #include "core/migration_type.h"
 #include "core/property_store.h"
@@ -49,7 +50,7 @@ void AsyncServiceImpl::GetSourceDeploymentType(const std::string& operationInput
     DescribeDeployment(call.Reply());
     call.Log().Info(
         L"Halvard::MigratorSvc::AsyncServiceImpl::GetSourceDeploymentType: Returning deployment type/size: %s",
-        Utf8ToWide(Json::StyledWriter().write(call.Reply())).c_str());
+        StyledText(call.Reply()).c_str());
   });
 }
 

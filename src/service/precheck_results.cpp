@@ -4,6 +4,7 @@
 #include <string>
 
 #include "core/console.h"
+#include "core/json_documents.h"
 #include "core/logging.h"
 #include "core/messages.h"
 #include "core/migration_type.h"
@@ -107,8 +108,7 @@ bool ResultGathering::DescribeComponent() {
 }
 
 void ResultGathering::Answer() {
-  log_.Info(L"RetrievePreCheckResults: Returning source info: %s",
-            Utf8ToWide(Json::StyledWriter().write(sourceInfo_)).c_str());
+  log_.Info(L"RetrievePreCheckResults: Returning source info: %s", StyledText(sourceInfo_).c_str());
   SetSuccess(reply_);
   reply_["sourceInfo"].swap(sourceInfo_);
   reply_["componentRequirements"].swap(findings_);

@@ -1,6 +1,7 @@
 #include "transfer/archive_check.h"
 
 #include "core/format_into.h"
+#include "core/json_documents.h"
 #include "core/json_files.h"
 #include "core/logging.h"
 #include "core/property_store.h"
@@ -52,12 +53,6 @@ std::wstring ToolCommandLine(const std::wstring& interpreter, const std::wstring
   (void)FormatInto(line, L"\"%ws\" \"%ws\" %ws --result \"%ws\"", interpreter.c_str(), tool.c_str(),
                    arguments.c_str(), resultFile.c_str());
   return line;
-}
-
-/// \return A member as UTF-8 text; empty for a member that has no text.
-std::string Text(const Json::Value& document, const char* member) {
-  const Json::Value& value = document[member];
-  return value.isConvertibleTo(Json::stringValue) ? value.asString() : std::string();
 }
 
 }  // namespace
@@ -125,14 +120,14 @@ bool HvUtilCheckResult(const Json::Value& result, std::wstring& errorText) {
     log.Error(L"HvUtilCheckResult: Result file does not contain 'status' data.");
     return false;
   }
-  const std::string status = Text(result, "status");
+  const std::string status = TextOrNothing(result, "status");
   log.Info(L"HvUtilCheckResult: status = %hs", status.c_str());
   if (status == "success") return true;
   if (!result.isMember("message")) {
     log.Warn(L"HvUtilCheckResult: No message in result JSON.");
     return false;
   }
-  const std::wstring message = Utf8ToWide(Text(result, "message"));
+  const std::wstring message = Utf8ToWide(TextOrNothing(result, "message"));
   log.Info(L"HvUtilCheckResult: message: %s", message.c_str());
   errorText = message;
   return false;

@@ -1,8 +1,10 @@
 #include "transfer/log_bundle.h"
 
+#include "core/log_file.h"
 #include "core/logging.h"
 #include "host/files.h"
 #include "host/windows_api.h"
+#include "runner/runner_files.h"
 #include "transfer/shell_zip.h"
 
 namespace Halvard::Transfer {
@@ -26,10 +28,10 @@ bool CreateLogsZipBundle(const std::wstring& zipFile) {
   LogScope log;
   (void)DeleteFileW(zipFile.c_str());
   if (!CreateEmptyZipFile(zipFile)) return false;
-  const std::wstring folder = GetTempDirectory() + L"kvsMigration";
+  const std::wstring folder = GetTempDirectory() + Runner::kLogFolder;
   EnsureFolder(log, folder);
-  const std::wstring ownLog = GetTempDirectory() + L"halvard.log";
-  const std::wstring copy = folder + L"\\halvard.log";
+  const std::wstring ownLog = GetTempDirectory() + kLogFileName;
+  const std::wstring copy = folder + L"\\" + kLogFileName;
   constexpr BOOL kOverwrite = FALSE;
   if (!CopyFileW(ownLog.c_str(), copy.c_str(), kOverwrite)) {
     log.Error(L"CreateLogsZipBundle: Failed to copy %s file to the %s directory.", ownLog.c_str(),

@@ -20,6 +20,34 @@ Json::Value Resolved(const char* leaf) {
   return value;
 }
 
+TEST(StyledText, HasALineForEachMemberAndALineEnd) {
+  Json::Value document;
+  document["b"] = "\u00e4";
+  document["a"] = 1;
+  EXPECT_EQ(StyledText(document), L"{\n   \"a\" : 1,\n   \"b\" : \"\\u00e4\"\n}\n");
+  EXPECT_EQ(StyledText(Json::Value()), L"null\n");
+}
+
+TEST(TextOrNothing, TakesWhatCanBeAText) {
+  Json::Value object;
+  ASSERT_TRUE(ParseJson(R"({"text": "\u00e4", "number": 7, "flag": true, "null": null,
+                            "array": ["a"], "object": {"a": "b"}})",
+                        object));
+  EXPECT_EQ(TextOrNothing(object, "text"), "\u00e4");
+  EXPECT_EQ(TextOrNothing(object, "number"), "7");
+  EXPECT_EQ(TextOrNothing(object, "flag"), "true");
+  for (const char* member : {"null", "array", "object", "absent"}) {
+    EXPECT_EQ(TextOrNothing(object, member), "") << member;
+  }
+}
+
+TEST(TextOrNothing, FindsNothingInWhatIsNoObject) {
+  for (const Json::Value& value :
+       {Json::Value(), Json::Value("text"), Json::Value(7), Json::Value(Json::arrayValue)}) {
+    EXPECT_EQ(TextOrNothing(value, "text"), "") << value;
+  }
+}
+
 TEST_F(JsonDocuments, PropertyThatHoldsANumberParsesToANumber) {
   gProperties[L"KV_HTTPS_PORT"] = L"443";
   Json::Value value;

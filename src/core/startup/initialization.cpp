@@ -13,6 +13,7 @@
 #include "core/startup/administrator_check.h"
 #include "core/startup/command_line.h"
 #include "core/startup/control_handler.h"
+#include "core/startup/status_file.h"
 #include "core/startup/winsock_setup.h"
 #include "host/windows_api.h"
 #include "serverclient/tunrak_core.h"
@@ -46,7 +47,7 @@ void SetConsoleLayout() {
 }
 
 /// A status file of an earlier run must not be taken for this one's.
-void DeleteOldStatusFile() { (void)DeleteFileW((GetTempDirectory() + L"hv-status.json").c_str()); }
+void DeleteOldStatusFile() { (void)DeleteFileW((GetTempDirectory() + kStatusFileName).c_str()); }
 
 void AnnounceStart() {
   LogScope log;

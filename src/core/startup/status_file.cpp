@@ -7,10 +7,10 @@
 #include "core/console.h"
 #include "core/json_documents.h"
 #include "core/json_files.h"
+#include "core/log_file.h"
 #include "core/logging.h"
 #include "core/messages.h"
 #include "core/property_store.h"
-#include "core/text.h"
 #include "host/files.h"
 #include "host/windows_api.h"
 #include "transfer/log_bundle.h"
@@ -50,7 +50,7 @@ void BundleLogs(LogScope& log) {
   }
   log.Error(L"CreateHVStatusFile: Failed to create a log zip bundle.");
   PrintLine();
-  PrintLine(GetLocalizedString(1161, GetTempDirectory() + L"halvard.log"));
+  PrintLine(GetLocalizedString(1161, GetTempDirectory() + kLogFileName));
 }
 
 }  // namespace
@@ -69,7 +69,7 @@ void CreateHVStatusFile() {
     BundleLogs(log);
   }
   ResolveJsonTree(status, JsonResolveProperty, nullptr);
-  const std::wstring path = GetTempDirectory() + L"hv-status.json";
+  const std::wstring path = GetTempDirectory() + kStatusFileName;
   if (!SaveJsonToFile(path, status, nullptr)) {
     const DWORD error = GetLastError();
     log.Error(L"CreateHVStatusFile: Failed to save json to %s file. Error: %i", path.c_str(),
@@ -77,7 +77,7 @@ void CreateHVStatusFile() {
     return;
   }
   log.Info(L"CreateHVStatusFile: Created %s file with content: %s", path.c_str(),
-           Utf8ToWide(Json::StyledWriter().write(status)).c_str());
+           StyledText(status).c_str());
 }
 
 }  // namespace Halvard
