@@ -65,6 +65,11 @@ def reason(error):
     return str(error) or type(error).__name__
 
 
+def printable(text):
+    """The text as every reader of JSON takes it: names of files may hold half a surrogate pair."""
+    return text.encode('utf-8', 'replace').decode('utf-8')
+
+
 def is_folder(entry):
     return entry.filename.endswith('/')
 
@@ -249,7 +254,7 @@ def examine(path, check):
         message = str(difference)
     except Exception as error:  # of the reader, which meets damage with exceptions of many kinds
         message = '{}: {}'.format(path, reason(error))
-    return {'status': 'failed', 'message': message}
+    return {'status': 'failed', 'message': printable(message)}
 
 
 def write_result(path, result):

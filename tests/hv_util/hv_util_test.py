@@ -191,6 +191,17 @@ class Different(HvUtilTest):
             'export/other: differs from byte 3',
             'export/surplus: is not in the folder'])))
 
+    def test_a_name_that_is_no_text_is_told_as_far_as_it_goes(self):
+        path = os.path.join(os.fsencode(str(self.export)), b'half-\xff')
+        with open(path, 'wb'):
+            pass
+        with zipfile.ZipFile(self.zip, 'w') as archive:
+            archive.writestr('export/', b'')
+            archive.writestr('export/whole', b'')
+        self.write('whole', b'')
+        self.assertEqual(self.outcome_of_comparison(), (
+            1, 'failed', 'export/half-?: is missing in the zip file'))
+
     def test_a_difference_far_into_a_file_has_its_place(self):
         content = bytearray(5 * 1024 * 1024)
         self.write('big', content)
