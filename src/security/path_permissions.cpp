@@ -58,12 +58,14 @@ Host::UniqueHandle TakeThreadToken() {
   DWORD error = OpenOwnToken(token);
   if (error == ERROR_NO_TOKEN) {
     if (!ImpersonateSelf(SecurityImpersonation)) {
-      log.Info(L"GetPathPermissions: Failed to impersonate self: %d", GetLastError());
+      const DWORD selfError = GetLastError();
+      log.Info(L"GetPathPermissions: Failed to impersonate self: %d", selfError);
       return Host::UniqueHandle();
     }
     error = OpenOwnToken(token);
     if (!RevertToSelf()) {
-      log.Info(L"GetPathPermissions: Failed to revert: %d", GetLastError());
+      const DWORD revertError = GetLastError();
+      log.Info(L"GetPathPermissions: Failed to revert: %d", revertError);
       return Host::UniqueHandle();
     }
   }
