@@ -18,6 +18,7 @@
 #include "openssl_faults.h"
 #include "security/certificate.h"
 #include "support/console_capture.h"
+#include "support/free_port.h"
 #include "support/lab_instance.h"
 #include "support/log_lines.h"
 #include "test_client.h"
@@ -37,12 +38,6 @@ using Testing::OwnLog;
 using ::testing::StartsWith;
 
 constexpr const wchar_t* kFolder = L"%LOCALAPPDATA%\\Ostrel\\Halvard";
-
-/// A port that was free a moment ago.
-std::uint16_t FreePort() {
-  asio::io_context service;
-  return ip::tcp::acceptor(service, {ip::address_v6::any(), 0}).local_endpoint().port();
-}
 
 /// \return What came of connecting to the server by \p address.
 boost::system::error_code Connect(const ip::address& address, std::uint16_t port) {
@@ -113,7 +108,7 @@ class HttpsServerTest : public ::testing::Test {
   Lab::Instance machine_;
   LogScope log_;
   pion::single_service_scheduler scheduler_;
-  const std::uint16_t port_ = FreePort();
+  const std::uint16_t port_ = Testing::FreePort(ip::tcp::v6());
 };
 
 std::string Post(const std::string& resource, const std::string& body) {

@@ -1,4 +1,7 @@
 // The opening in the firewall, over the life of a whole agent.
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
+
 #include "serving_agent.h"
 
 namespace Halvard {

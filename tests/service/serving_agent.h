@@ -10,24 +10,16 @@
 #include <vector>
 
 #include <json/value.h>
-#include <boost/asio/io_context.hpp>
-#include <boost/asio/ip/tcp.hpp>
 
 #include "core/startup/process_test.h"
 #include "core/startup/scripted_checks.h"
 #include "core/text.h"
 #include "support/client_run.h"
+#include "support/free_port.h"
 
 namespace Halvard {
 
 inline constexpr wchar_t kUser[] = L"Administrator@ostrel.local";
-
-/// A port that was free a moment ago.
-inline std::wstring FreePort() {
-  boost::asio::io_context service;
-  const boost::asio::ip::tcp::acceptor probe(service, {boost::asio::ip::tcp::v4(), 0});
-  return std::to_wstring(probe.local_endpoint().port());
-}
 
 /// An agent that serves, on a machine whose administrator has the one accepted password.
 class ServingAgent {
@@ -101,7 +93,7 @@ class ServingAgent {
 
  private:
   Lab::Instance machine_;
-  const std::wstring port_ = FreePort();
+  const std::wstring port_ = std::to_wstring(Testing::FreePort());
   std::unique_ptr<Testing::AgentProcess> agent_;
   std::wstring thumbprint_;
 };

@@ -3,9 +3,7 @@
 #include <future>
 
 #include "core/server_lifetime.h"
-#include "core_test.h"
-#include "pion/http/server.h"
-#include "pion/scheduler.h"
+#include "server_test.h"
 #include "support/console_capture.h"
 
 namespace Halvard {
@@ -16,20 +14,8 @@ using testing::ElementsAre;
 using Testing::InfoLine;
 using Testing::OwnLog;
 
-class ControlHandler : public CoreTest {
+class ControlHandler : public ServerTest {
  protected:
-  ~ControlHandler() override { DestroyServer(); }
-
-  void StartServer() {
-    const boost::asio::ip::tcp::endpoint anyPort(boost::asio::ip::address_v4::loopback(), 0);
-    auto server = std::make_unique<pion::http::server>(scheduler_, anyPort);
-    server_ = server.get();
-    server_->start();
-    SetServer(std::move(server));
-  }
-
-  pion::single_service_scheduler scheduler_;
-  pion::tcp::server* server_ = nullptr;
   ConsoleCapture console_;
 };
 

@@ -75,7 +75,7 @@ TEST_F(ExtractionAtStart, FailureEndsTheRunBeforeTheInventory) {
 TEST_F(ExtractionAtStart, OperatorReadsOfAPendingInstallationBeforeTheFolderGoes) {
   machine_.PlanFault({.function = "MsiInstallProductW", .call = 2, .error = 1618});
   AgentProcess agent(machine_, {}, AgentProcess::Input::kTerminal, Testing::ScriptedAgentProgram());
-  agent.WaitFor(L"Enter Administrator@ostrel.local password: ");
+  agent.WaitFor(kPasswordPrompt);
   agent.TypeMasked(std::wstring(kAcceptedPassword) + L"\r");
   agent.WaitFor(English(1133) + English(1191) + L"\n");
   agent.WaitFor(English(1126) + L"\n");

@@ -4,9 +4,6 @@
 
 #include <unistd.h>
 
-#include <boost/asio/io_context.hpp>
-#include <boost/asio/ip/tcp.hpp>
-
 #include <optional>
 #include <string>
 
@@ -15,15 +12,6 @@
 #include "support/slapd.h"
 
 namespace Halvard {
-
-inline constexpr wchar_t kAdministratorPrompt[] = L"Enter Administrator@ostrel.local password: ";
-
-/// A port that was free a moment ago.
-inline std::wstring FreePort() {
-  boost::asio::io_context service;
-  const boost::asio::ip::tcp::acceptor probe(service, {boost::asio::ip::tcp::v4(), 0});
-  return std::to_wstring(probe.local_endpoint().port());
-}
 
 /// Of a described machine "TYPE-LINE": a Kelvane Server where the type has one, and a directory,
 /// its own or that of the node elsewhere.

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "migration_machine.h"
+#include "support/free_port.h"
 #include "support/machine_processes.h"
 #include "support/secret_search.h"
 
@@ -47,10 +48,10 @@ class PrecheckOutcome
     machine_->MakeFolder(kDesktop);
     machine_->Set("/upgradeRunner/requirements", requirements);
     std::vector<std::wstring> arguments;
-    if (!IsAsked()) arguments = {L"-p", kPassword, L"-o", FreePort()};
+    if (!IsAsked()) arguments = {L"-p", kPassword, L"-o", std::to_wstring(Testing::FreePort())};
     auto agent = std::make_unique<AgentProcess>(*machine_, arguments, std::get<1>(GetParam()));
     if (IsAsked()) {
-      agent->WaitFor(kAdministratorPrompt);
+      agent->WaitFor(kPasswordPrompt);
       agent->TypeMasked(std::wstring(kPassword) + L"\r");
     }
     return agent;

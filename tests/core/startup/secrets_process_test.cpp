@@ -129,9 +129,9 @@ std::wstring ShownBehind(const std::wstring& label, const std::wstring& console)
 /// Leaves the last prompt without its Enter.
 void Migration::StartAndPrompt() {
   agent_ = std::make_unique<AgentProcess>(machine_, std::vector<std::wstring>{});
-  agent_->WaitFor(kAdministratorPrompt);
+  agent_->WaitFor(kPasswordPrompt);
   agent_->TypeMasked(Wide(kMistyped) + L"\r");
-  agent_->WaitFor(kAdministratorPrompt);
+  agent_->WaitFor(kPasswordPrompt);
   agent_->TypeMasked(Wide(kAdministrator) + L"\r");
   const std::wstring prompt = English(1134, {L".\\kelvd-service"});
   agent_->WaitFor(prompt);

@@ -2,9 +2,7 @@
 
 #include <thread>
 
-#include "core_test.h"
-#include "pion/http/server.h"
-#include "pion/scheduler.h"
+#include "server_test.h"
 
 namespace Halvard {
 namespace {
@@ -14,21 +12,7 @@ using Testing::InfoLine;
 using Testing::OwnLog;
 using Testing::WarningLine;
 
-class ServerLifetime : public CoreTest {
- protected:
-  ~ServerLifetime() override { DestroyServer(); }
-
-  void StartServer() {
-    const boost::asio::ip::tcp::endpoint anyPort(boost::asio::ip::address_v4::loopback(), 0);
-    auto server = std::make_unique<pion::http::server>(scheduler_, anyPort);
-    server_ = server.get();
-    server_->start();
-    SetServer(std::move(server));
-  }
-
-  pion::single_service_scheduler scheduler_;
-  pion::tcp::server* server_ = nullptr;
-};
+class ServerLifetime : public ServerTest {};
 
 TEST_F(ServerLifetime, WithoutAServerNothingIsStoppedOrAwaited) {
   machine_.Set("/clock/speed", 50);

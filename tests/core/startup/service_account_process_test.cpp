@@ -111,7 +111,7 @@ TEST_F(ServiceAccountAtStart, DefaultAccountNeedsNoPassword) {
 
 TEST_F(ServiceAccountAtStart, OperatorIsAskedBehindTheAdministratorUpToThreeTimes) {
   AgentProcess agent(machine_, {});
-  agent.WaitFor(L"Enter Administrator@ostrel.local password: ");
+  agent.WaitFor(kPasswordPrompt);
   agent.TypeMasked(std::wstring(kAdministratorPassword) + L"\r");
   agent.WaitFor(English(1128, {kAccount}) + L"\n");
   for (const wchar_t* password : {L"wr0ng-1", L"", L"wr0ng-3"}) {
@@ -131,7 +131,7 @@ TEST_F(ServiceAccountAtStart, OperatorIsAskedBehindTheAdministratorUpToThreeTime
 
 TEST_F(ServiceAccountAtStart, RightPasswordAtTheThirdTryIsTaken) {
   AgentProcess agent(machine_, {});
-  agent.WaitFor(L"Enter Administrator@ostrel.local password: ");
+  agent.WaitFor(kPasswordPrompt);
   agent.TypeMasked(std::wstring(kAdministratorPassword) + L"\r");
   for (const wchar_t* password : {L"wr0ng-1", L"wr0ng-2", kAccountPassword}) {
     agent.WaitFor(English(1134, {kAccount}));

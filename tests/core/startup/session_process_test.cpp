@@ -5,6 +5,7 @@
 #include "process_test.h"
 #include "scripted_checks.h"
 #include "support/client_run.h"
+#include "support/free_port.h"
 
 namespace Halvard {
 namespace {
@@ -14,6 +15,7 @@ using Testing::AgentRun;
 using testing::AllOf;
 using testing::Contains;
 using Testing::ErrorLine;
+using Testing::FreePort;
 using testing::HasSubstr;
 using Testing::InfoLine;
 using Testing::kAcceptedPassword;
@@ -29,13 +31,6 @@ class ReadyMachine : public Lab::Instance {
     Set("/ports/host", true);
   }
 };
-
-/// A port that was free a moment ago.
-std::wstring FreePort() {
-  boost::asio::io_context service;
-  const boost::asio::ip::tcp::acceptor probe(service, {boost::asio::ip::tcp::v4(), 0});
-  return std::to_wstring(probe.local_endpoint().port());
-}
 
 /// Runs beyond the credentials, with checks that accept one password.
 class Session : public testing::Test {
@@ -77,9 +72,9 @@ TEST_F(Session, OperatorIsToldToKeepTheConsoleAndGetsTheSummary) {
   ReadyMachine machine("embedded-5.5");
   machine.SetVariable(Testing::kInventoryVariable, L"100 1000");
   AgentProcess agent(machine, {}, AgentProcess::Input::kTerminal, Testing::ScriptedAgentProgram());
-  agent.WaitFor(L"Enter Administrator@ostrel.local password: ");
+  agent.WaitFor(kPasswordPrompt);
   agent.TypeMasked(L"wrong\r");
-  agent.WaitFor(L"Enter Administrator@ostrel.local password: ");
+  agent.WaitFor(kPasswordPrompt);
   agent.TypeMasked(std::wstring(kAcceptedPassword) + L"\r");
   agent.WaitFor(English(1021));
   agent.Type(L"\x03");
@@ -249,7 +244,7 @@ std::wstring ShownBehind(const std::wstring& label, const std::wstring& console)
 
 TEST_F(Session, ServesTheApiWithTheShownThumbprintUntilCtrlC) {
   ReadyMachine machine("embedded-5.5");
-  const std::wstring port = FreePort();
+  const std::wstring port = std::to_wstring(FreePort());
   AgentProcess agent(machine, Arguments({L"-o", port}), AgentProcess::Input::kPipe,
                      Testing::ScriptedAgentProgram());
   agent.WaitFor(English(1021));
@@ -287,8 +282,8 @@ TEST_F(Session, StatusFileComesBehindTheServer) {
 TEST_F(Session, ClosedConsoleEndsTheServerToo) {
   // At the clock's own speed: the time that is left to a closed console is short enough.
   ReadyMachine machine("infrastructure-5.5");
-  AgentProcess agent(machine, Arguments({L"-o", FreePort()}), AgentProcess::Input::kPipe,
-                     Testing::ScriptedAgentProgram());
+  AgentProcess agent(machine, Arguments({L"-o", std::to_wstring(FreePort())}),
+                     AgentProcess::Input::kPipe, Testing::ScriptedAgentProgram());
   agent.WaitFor(English(1021));
   agent.Signal(SIGHUP);
   const AgentRun run = Conclude(agent);
