@@ -3,9 +3,8 @@
 
 #include "core/server_lifetime.h"
 #include "machine/machine.h"
-#include "pion/http/server.h"
-#include "pion/scheduler.h"
 #include "service_test.h"
+#include "support/listening_server.h"
 
 namespace Halvard::MigratorSvc {
 namespace {
@@ -89,16 +88,11 @@ class AgentEnd : public ServiceTest {
 
 TEST_F(AgentEnd, ComesASecondAfterTheReply) {
   machine_.Set("/clock/speed", 50);
-  pion::single_service_scheduler scheduler;
-  auto server = std::make_unique<pion::http::server>(
-      scheduler, boost::asio::ip::tcp::endpoint(boost::asio::ip::address_v4::loopback(), 0));
-  server->start();
-  SetServer(std::move(server));
+  const Testing::ListeningServer server;
   const std::uint64_t before = Lab::TheMachine().Clock().Ticks();
   const CallResult result = Call(&AsyncServiceInterface::ShutdownHv, GoodRequest());
   JoinServer();
   EXPECT_GE(Lab::TheMachine().Clock().Ticks() - before, 1'000u);
-  DestroyServer();
   EXPECT_EQ(result.text, "{\n   \"error\" : \"\",\n   \"result\" : \"success\"\n}\n");
   EXPECT_EQ(result.console, L"");
   EXPECT_THAT(result.log,

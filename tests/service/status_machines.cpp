@@ -21,16 +21,6 @@ constexpr char kUser[] = "administrator@ostrel.local";
 
 }  // namespace
 
-ListeningServer::ListeningServer() {
-  const boost::asio::ip::tcp::endpoint anyPort(boost::asio::ip::address_v4::loopback(), 0);
-  auto server = std::make_unique<pion::http::server>(scheduler_, anyPort);
-  server_ = server.get();
-  server_->start();
-  SetServer(std::move(server));
-}
-
-ListeningServer::~ListeningServer() { DestroyServer(); }
-
 StatusMachines::StatusMachines() {
   InitializeProperties();
   StartSession();

@@ -11,29 +11,13 @@
 #include <vector>
 
 #include "gate.h"
-#include "pion/http/server.h"
-#include "pion/scheduler.h"
 #include "service_test.h"
 #include "status_transitions.h"
+#include "support/listening_server.h"
 #include "support/scripted_runner.h"
 #include "support/started_threads.h"
 
 namespace Halvard::MigratorSvc {
-
-/// A server that listens, for those who stop it.
-class ListeningServer {
- public:
-  ListeningServer();
-  ListeningServer(const ListeningServer&) = delete;
-  ListeningServer& operator=(const ListeningServer&) = delete;
-  ~ListeningServer();
-
-  bool IsListening() const { return server_->is_listening(); }
-
- private:
-  pion::single_service_scheduler scheduler_;
-  pion::tcp::server* server_ = nullptr;
-};
 
 /// The session is that of an agent whose start-up hasn't run the prechecks yet. Requirements and
 /// export are run by the agent's own code, with a runner that does what the session's next events
@@ -99,7 +83,7 @@ class StatusMachines : public ServiceTest {
   static bool AgentWaits();
   std::string StateOfAgent() const;
 
-  ListeningServer server_;
+  Testing::ListeningServer server_;
   const Lab::StartedThreads threads_;
   Testing::ScriptedRunner runner_{machine_};
   Testing::Gate services_;

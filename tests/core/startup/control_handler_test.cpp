@@ -3,8 +3,9 @@
 #include <future>
 
 #include "core/server_lifetime.h"
-#include "server_test.h"
+#include "core_test.h"
 #include "support/console_capture.h"
+#include "support/listening_server.h"
 
 namespace Halvard {
 namespace {
@@ -12,9 +13,10 @@ namespace {
 using Testing::ConsoleCapture;
 using testing::ElementsAre;
 using Testing::InfoLine;
+using Testing::ListeningServer;
 using Testing::OwnLog;
 
-class ControlHandler : public ServerTest {
+class ControlHandler : public CoreTest {
  protected:
   ConsoleCapture console_;
 };
@@ -29,11 +31,10 @@ TEST_F(ControlHandler, CtrlCAndBreakDoNothingBeforeThereIsAServer) {
 
 TEST_F(ControlHandler, CtrlCStopsTheServer) {
   for (const DWORD type : {DWORD{CTRL_C_EVENT}, DWORD{CTRL_BREAK_EVENT}}) {
-    StartServer();
+    const ListeningServer server;
     EXPECT_EQ(CtrlHandler(type), TRUE);
-    EXPECT_FALSE(server_->is_listening());
+    EXPECT_FALSE(server.IsListening());
     JoinServer();
-    DestroyServer();
   }
   EXPECT_EQ(console_.Text(), L"Shutting down Halvard...\nShutting down Halvard...\n");
   EXPECT_THAT(OwnLog(),
@@ -41,11 +42,11 @@ TEST_F(ControlHandler, CtrlCStopsTheServer) {
 }
 
 TEST_F(ControlHandler, ClosedConsoleStopsTheServerAndWaitsTenSeconds) {
-  StartServer();
+  const ListeningServer server;
   Lab::TheMachine().Clock().Stop();
   std::future<BOOL> handled = std::async(std::launch::async, CtrlHandler, DWORD{CTRL_CLOSE_EVENT});
   JoinServer();
-  EXPECT_FALSE(server_->is_listening());
+  EXPECT_FALSE(server.IsListening());
   Lab::TheMachine().Clock().Advance(9'999);
   EXPECT_EQ(handled.wait_for(std::chrono::milliseconds(20)), std::future_status::timeout);
   Lab::TheMachine().Clock().Advance(10'000);

@@ -2,17 +2,19 @@
 
 #include <thread>
 
-#include "server_test.h"
+#include "core_test.h"
+#include "support/listening_server.h"
 
 namespace Halvard {
 namespace {
 
 using testing::Contains;
 using Testing::InfoLine;
+using Testing::ListeningServer;
 using Testing::OwnLog;
 using Testing::WarningLine;
 
-class ServerLifetime : public ServerTest {};
+class ServerLifetime : public CoreTest {};
 
 TEST_F(ServerLifetime, WithoutAServerNothingIsStoppedOrAwaited) {
   machine_.Set("/clock/speed", 50);
@@ -23,7 +25,7 @@ TEST_F(ServerLifetime, WithoutAServerNothingIsStoppedOrAwaited) {
 }
 
 TEST_F(ServerLifetime, ServerExistsUntilItIsDestroyed) {
-  StartServer();
+  const ListeningServer server;
   EXPECT_TRUE(ServerExists());
   StopServer();
   EXPECT_TRUE(ServerExists());
@@ -33,7 +35,7 @@ TEST_F(ServerLifetime, ServerExistsUntilItIsDestroyed) {
 }
 
 TEST_F(ServerLifetime, ManyStopsAndTheEndMayOverlap) {
-  StartServer();
+  const ListeningServer server;
   std::vector<std::thread> stops;
   for (int i = 0; i < 8; ++i) stops.emplace_back(StopServer);
   JoinServer();
@@ -44,7 +46,7 @@ TEST_F(ServerLifetime, ManyStopsAndTheEndMayOverlap) {
 
 TEST_F(ServerLifetime, ThreadStopsTheServerASecondLater) {
   machine_.Set("/clock/speed", 50);
-  StartServer();
+  const ListeningServer server;
   const std::uint64_t before = Lab::TheMachine().Clock().Ticks();
   EXPECT_TRUE(CreateChildThreadToShutdownHV());
   JoinServer();
