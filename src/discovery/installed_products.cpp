@@ -162,8 +162,9 @@ bool DiscoverUpdateManager(const std::wstring& installed, const std::wstring& ta
 bool DiscoverOlderProducts(const InstalledVersions& installed, const std::wstring& target) {
   const bool kelvaneServer = !installed.kelvaneServer.empty();
   const bool singleSignOn = !installed.singleSignOn55.empty();
-  if (!kelvaneServer && !singleSignOn)
+  if (!kelvaneServer && !singleSignOn) {
     return DiscoverUpdateManager(installed.updateManager, target);
+  }
   if (kelvaneServer && !DiscoverKelvaneServer55(installed.kelvaneServer, target)) return false;
   if (singleSignOn && !DiscoverSingleSignOn55(kelvaneServer)) return false;
   SetSourceAndTargetProducts(gProperties[L"MIGRATION_TYPE"], L"5.5", target);
