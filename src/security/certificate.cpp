@@ -10,6 +10,7 @@
 #include "core/logging.h"
 #include "core/text.h"
 #include "host/files.h"
+#include "host/unique_resource.h"
 #include "host/windows_api.h"
 
 namespace Halvard::Security {
@@ -22,11 +23,6 @@ constexpr long kVersionField = 3;
 constexpr long kSerialNumber = 1;
 constexpr long kSecondsBackdated = -30;
 constexpr long kSecondsValid = 31536000;
-
-struct FileCloser {
-  void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using UniqueStream = std::unique_ptr<std::FILE, FileCloser>;
 
 void AddNameEntry(X509_NAME* name, const char* field, const std::string& text) {
   const auto* bytes = reinterpret_cast<const unsigned char*>(text.c_str());
@@ -95,13 +91,13 @@ std::wstring CertificatePath() {
 /// failure.
 std::wstring WriteCertificateFile(const std::wstring& path, EVP_PKEY* key, X509* certificate) {
   (void)DeleteFileW(path.c_str());
-  const UniqueStream file(_wfopen(path.c_str(), L"wb"));
+  const Host::UniqueStream file(_wfopen(path.c_str(), L"wb"));
   if (!file) {
     LogScope log;
     log.Error(L"GenerateSSLCertificate: Failed to create private certificate file.");
     return {};
   }
-  return WritePem(file.get(), key, certificate);
+  return WritePem(file.Get(), key, certificate);
 }
 
 }  // namespace
