@@ -1,57 +1,15 @@
 // The prechecks over the API: what the two operations answer, and what they ask for it.
-#include "runner/cached_precheck_results.h"
-#include "service/precheck_results.h"
-#include "service_test.h"
+#include "precheck_test.h"
 
 namespace Halvard::MigratorSvc {
 namespace {
 
 using testing::Contains;
 using testing::ElementsAre;
-using Testing::ErrorLine;
 using testing::HasSubstr;
 using Testing::InfoLine;
-using testing::IsEmpty;
 using testing::Not;
 using testing::StartsWith;
-using Testing::WarningLine;
-
-constexpr Slot kInvoke = &AsyncServiceInterface::InvokePreUpgrade;
-constexpr Slot kCached = &AsyncServiceInterface::GetCachedPreUpgradeResult;
-
-/// An operation with the name that its lines bear.
-struct PrecheckOperation {
-  const wchar_t* name;
-  Slot slot;
-};
-const PrecheckOperation kBoth[] = {{L"InvokePreUpgrade", kInvoke},
-                                   {L"GetCachedPreUpgradeResult", kCached}};
-
-Json::Value Findings(const char* name) {
-  Json::Value findings;
-  findings[0]["name"] = name;
-  findings[0]["further"]["kept"] = true;
-  return findings;
-}
-
-class PrecheckOperations : public ServiceTest {
- protected:
-  PrecheckOperations() {
-    machine_.SetVariable(Testing::kInventoryVariable, L"3 14");
-    gProperties[L"APP_NET_PNID"] = L"kv.example";
-    gProperties[L"PNID_ERROR"] = L"Kein Name \u6771\u4eac";
-    Testing::Surroundings& surroundings = Testing::TheSurroundings();
-    surroundings.domain =
-        Network::ActiveDirectoryConfig{L"corp.\u00e4xample", L"\\\\dc1.corp", L"\\\\192.0.2.1",
-                                       L"192.0.2.1,192.0.2.2", L"fd00::1"};
-    surroundings.precheckOutput = Findings("com.ostrel.keldb");
-    Runner::gCachedPrecheckResults = Findings("earlier");
-    machine_.RemoveFile(L"%TEMP%\\halvard.log");
-  }
-
-  CallResult Invoke(const std::string& locale = "en") { return Call(kInvoke, GoodRequest(locale)); }
-  CallResult Cached(const std::string& locale = "en") { return Call(kCached, GoodRequest(locale)); }
-};
 
 TEST_F(PrecheckOperations, ReplyIsAnsweredToTheByte) {
   EXPECT_EQ(Invoke().text, R"({
@@ -293,87 +251,6 @@ TEST_F(PrecheckOperations, RequestWithoutTextsInAPhaseThatChecksNoneIsStillAnswe
   request["sso_username"] = Json::Value(Json::arrayValue);
   EXPECT_EQ(Call(kCached, request).Error(),
             "Internal error. Failed to convert input string to Json object.");
-}
-
-class CustomPrechecks : public PrecheckOperations {
- protected:
-  CustomPrechecks() { machine_.SetVariable(L"HV_CUSTOM_PRECHECKS_JSON", kPath); }
-
-  const std::wstring kPath = L"C:\\prepared \u8a66.json";
-};
-
-TEST_F(CustomPrechecks, AreAnsweredAsTheyStandWithoutAnyCheckButTheGuards) {
-  for (const char* text : {R"({"a" : 1})", "[]", "7", "\"text\"", "null", R"({"result": "fail"})",
-                           R"([{"name": "x"}])"}) {
-    machine_.WriteFile(kPath, text);
-    Json::Value expected;
-    ASSERT_TRUE(Json::Reader().parse(text, expected));
-    for (const PrecheckOperation& operation : kBoth) {
-      Testing::CheckCalls().clear();
-      const CallResult result = Call(operation.slot, GoodRequest());
-      EXPECT_EQ(result.text, Json::StyledWriter().write(expected));
-      EXPECT_THAT(Testing::CheckCalls(), ElementsAre(StartsWith("ValidateKvAdminCredentials")));
-      EXPECT_THAT(result.log, Contains(InfoLine(FullName(operation.name) +
-                                                L": Returning prechecks from: " + kPath)));
-      EXPECT_EQ(result.console, operation.slot == kInvoke ? L"" : Message(kEnglish, 1189) + L"\n");
-    }
-  }
-}
-
-TEST_F(CustomPrechecks, StandBehindTheGuards) {
-  machine_.WriteFile(kPath, "{}");
-  Json::Value request = GoodRequest();
-  request["sso_password"] = "wrong";
-  EXPECT_EQ(Utf8ToWide(Call(kInvoke, request).Error()), Message(kEnglish, 1098));
-}
-
-TEST_F(CustomPrechecks, ThatCannotBeReadAreNoneAndLeaveNothingInTheReply) {
-  struct Row {
-    std::optional<std::string> text;
-    int code;
-  };
-  for (const Row& row : {Row{{}, 2}, Row{"", 1006}, Row{R"({"planted": 1, "sourceInfo": [)", 13},
-                         Row{"no JSON", 13}, Row{R"([1, 2)", 13}}) {
-    machine_.RemoveFile(kPath);
-    if (row.text) machine_.WriteFile(kPath, *row.text);
-    for (const PrecheckOperation& operation : kBoth) {
-      const CallResult result = Call(operation.slot, GoodRequest());
-      EXPECT_THAT(
-          result.log,
-          Contains(WarningLine(FullName(operation.name) + L": Failed to load Json from " + kPath +
-                               L" file. Error code: " + std::to_wstring(row.code))));
-      EXPECT_EQ(result.reply.size(), 4u) << result.text;
-      EXPECT_EQ(result.reply["result"], "success");
-    }
-  }
-}
-
-TEST_F(CustomPrechecks, OfAnEmptyNameAreToldAndGoneOnWithout) {
-  machine_.SetVariable(L"HV_CUSTOM_PRECHECKS_JSON", L"");
-  for (const PrecheckOperation& operation : kBoth) {
-    const CallResult result = Call(operation.slot, GoodRequest());
-    EXPECT_EQ(result.reply["result"], "success");
-    EXPECT_THAT(result.log, Contains(WarningLine(FullName(operation.name) +
-                                                 L": GetEnvironment variable failed for "
-                                                 L"'HV_CUSTOM_PRECHECKS_JSON'. Error: 0")));
-  }
-}
-
-TEST_F(CustomPrechecks, OfATooLongNameAreToldAndGoneOnWithout) {
-  machine_.SetVariable(L"HV_CUSTOM_PRECHECKS_JSON", L"C:\\" + std::wstring(258, L'x'));
-  const CallResult result = Invoke();
-  EXPECT_EQ(result.reply["result"], "success");
-  EXPECT_THAT(result.log,
-              Contains(WarningLine(FullName(L"InvokePreUpgrade") +
-                                   L": Failed to load Json from  file. Error code: 3")));
-}
-
-TEST_F(CustomPrechecks, WithoutTheVariableAreNeverSpokenOf) {
-  machine_.RemoveVariable(L"HV_CUSTOM_PRECHECKS_JSON");
-  for (const Testing::LogLine& line : Invoke().log) {
-    EXPECT_THAT(line.message, Not(HasSubstr(L"GetEnvironment")));
-    EXPECT_THAT(line.message, Not(HasSubstr(L"load Json")));
-  }
 }
 
 }  // namespace
