@@ -1,10 +1,10 @@
 #include "network/ip_properties.h"
 
 #include "core/logging.h"
+#include "core/octet_text.h"
 #include "core/text.h"
 #include "network/adapters.h"
 #include "network/name_resolution.h"
-#include "network/octet_text.h"
 
 namespace Halvard::Network {
 namespace {

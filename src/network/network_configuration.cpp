@@ -3,6 +3,7 @@
 #include "core/json_documents.h"
 #include "core/logging.h"
 #include "core/messages.h"
+#include "core/octet_text.h"
 #include "core/property_store.h"
 #include "core/text.h"
 #include "host/windows_api.h"
@@ -10,7 +11,6 @@
 #include "network/adapters.h"
 #include "network/dns_suffixes.h"
 #include "network/ip_properties.h"
-#include "network/octet_text.h"
 #include "network/time_servers.h"
 
 namespace Halvard::Network {

@@ -8,6 +8,7 @@
 #include <openssl/x509v3.h>
 
 #include "core/logging.h"
+#include "core/octet_text.h"
 #include "core/text.h"
 #include "host/files.h"
 #include "host/unique_resource.h"
@@ -176,14 +177,7 @@ std::wstring GetCertThumbprint(const X509* certificate) {
     log.Error(L"GetCertThumbprint: Failed to get the digest of the certificate.");
     return {};
   }
-  constexpr std::wstring_view kDigits = L"0123456789ABCDEF";
-  std::wstring thumbprint;
-  for (unsigned int i = 0; i < size; ++i) {
-    if (i > 0) thumbprint += L':';
-    thumbprint += kDigits[digest[i] >> 4];
-    thumbprint += kDigits[digest[i] & 0x0F];
-  }
-  return thumbprint;
+  return Utf8ToWide(OctetText(digest, size));
 }
 
 std::wstring GenerateSSLCertificate(const std::wstring& systemName,

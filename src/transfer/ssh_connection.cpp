@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "core/logging.h"
+#include "core/octet_text.h"
 #include "core/text.h"
 
 namespace Halvard::Transfer {
@@ -75,15 +76,8 @@ void SetPreferences(LIBSSH2_SESSION* session, const std::string& thumbprint) {
 
 /// \return "0A:1B:...", empty without a hash.
 std::string FormatFingerprint(const char* hash) {
-  constexpr char kDigits[] = "0123456789ABCDEF";
-  std::string text;
-  if (hash == nullptr) return text;
-  for (std::size_t i = 0; i < kFingerprintBytes; ++i) {
-    const auto byte = static_cast<unsigned char>(hash[i]);
-    if (i > 0) text += ':';
-    text += {kDigits[byte >> 4], kDigits[byte & 0xF]};
-  }
-  return text;
+  if (hash == nullptr) return {};
+  return OctetText(reinterpret_cast<const unsigned char*>(hash), kFingerprintBytes);
 }
 
 }  // namespace

@@ -1,10 +1,10 @@
-#include "network/octet_text.h"
+#include "core/octet_text.h"
 
 #include <string_view>
 
-namespace Halvard::Network {
+namespace Halvard {
 
-std::string OctetText(const BYTE* octets, std::size_t count) {
+std::string OctetText(const unsigned char* octets, std::size_t count) {
   constexpr std::string_view kDigits = "0123456789ABCDEF";
   std::string text;
   for (std::size_t i = 0; i < count; ++i) {
@@ -15,4 +15,4 @@ std::string OctetText(const BYTE* octets, std::size_t count) {
   return text;
 }
 
-}  // namespace Halvard::Network
+}  // namespace Halvard
