@@ -1,7 +1,6 @@
 """What the threat model says of an agent that serves, seen from outside."""
 
 import json
-import ssl
 import subprocess
 import sys
 import unittest
@@ -13,6 +12,7 @@ import programs
 FOLDER = programs.take_folder()
 
 import phases  # noqa: E402
+from api_client import trusting_context  # noqa: E402
 from installer import host_of  # noqa: E402
 
 GUESSES = 50
@@ -38,10 +38,7 @@ class Claims(unittest.TestCase):
     def post(self, body):
         request = urllib.request.Request(f'https://{self.place}/api', data=body.encode(),
                                          headers={'Content-Type': 'application/json'})
-        context = ssl.create_default_context()
-        context.check_hostname = False
-        context.verify_mode = ssl.CERT_NONE
-        with urllib.request.urlopen(request, context=context) as answer:
+        with urllib.request.urlopen(request, context=trusting_context()) as answer:
             return json.loads(answer.read())
 
     def test_body_is_parsed_before_anybody_is_known(self):

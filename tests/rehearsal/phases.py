@@ -3,19 +3,16 @@ can let something happen to it. The servers around them are started once."""
 
 import contextlib
 import io
-import json
 import os
 import pty
 import shutil
 import signal
 import socket
-import ssl
 import sys
 import tempfile
 import threading
 import time
 import types
-import urllib.request
 from pathlib import Path
 
 import programs
@@ -23,6 +20,7 @@ import programs
 sys.path.insert(0, str(programs.TREE / 'tools' / 'rehearsal'))
 
 import processes  # noqa: E402
+from api_client import Client  # noqa: E402
 from installer import host_of  # noqa: E402
 from lab_machine import LabMachine  # noqa: E402
 from narrator import Narrator  # noqa: E402
@@ -34,10 +32,6 @@ WHILE_IT_SERVES = ('serving', 'client\'s prechecks', 'export', 'question', 'zip'
 WITH_RUNNER = ('prechecks', 'client\'s prechecks', 'export', 'question')
 NEVER_MILLISECONDS = 1_000_000_000
 EXTRACTION_LINE = 'ExtractPythonAndUpgradeRunner: Extracting python msi.'
-REQUEST = '''{"jsonrpc": "2.0", "id": "1", "method": "invoke", "params": {
-  "serviceId": "halvard.migrator", "operationId": "%s",
-  "input": {"STRUCTURE": {"operation-input": {"json": %s}}},
-  "ctx": {"appCtx": {}, "securityCtx": {}}}}'''
 
 
 def wait_until(condition, what):
@@ -265,22 +259,14 @@ class Scenario:
                 'ssh_thumbprint': {'rsa': facts['thumbprints']['rsa']}}
 
     def call(self, operation, **members):
-        document = {'locale': 'en', 'sso_username': ADMINISTRATOR,
-                    'sso_password': self.world.password, **members}
-        request = urllib.request.Request(
-            f'https://{programs.url_host(host_of(self.status))}:{self.status["port"]}/api',
-            data=(REQUEST % (operation, json.dumps(json.dumps(document)))).encode(),
-            headers={'Content-Type': 'application/json', 'Accept': 'application/json'})
-        context = ssl.create_default_context()
-        context.check_hostname = False
-        context.verify_mode = ssl.CERT_NONE
-        with urllib.request.urlopen(request, context=context, timeout=PATIENCE_SECONDS) as answer:
-            return json.loads(json.loads(answer.read())['result']['output'])
+        client = Client(host_of(self.status), int(self.status['port']), ADMINISTRATOR,
+                        self.world.password)
+        return client.call(operation, **members)
 
     def call_in_background(self, operation, **members):
         """A call that the agent doesn't answer any more."""
         def run():
-            with contextlib.suppress(OSError, ValueError):
+            with contextlib.suppress(OSError):
                 self.call(operation, **members)
         self._calls.append(threading.Thread(target=run, daemon=True))
         self._calls[-1].start()

@@ -7,7 +7,7 @@ from typing import Callable
 
 # pylint: disable=import-error
 from agent_run import AgentRun, Hang, listener, wait_until
-from client import Client
+from api_client import Client
 from world import ADMINISTRATOR, APPLIANCE, QUESTION
 
 # Nothing that the agent waits for takes so long with the clock of these machines.

@@ -1,4 +1,4 @@
-"""A client of the agent that asks for one operation after the other."""
+"""A bare client of the agent's API, for whoever asks what `hvctl` wouldn't."""
 
 import http.client
 import json
