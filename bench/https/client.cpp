@@ -5,14 +5,8 @@
 //
 // Certificates aren't verified and there is one thread: what the client takes must stay well below
 // what the server takes.
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
-#include <openssl/err.h>
-#include <openssl/ssl.h>
 #include <sys/epoll.h>
 #include <sys/resource.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -26,15 +20,13 @@
 #include <string>
 #include <vector>
 
+#include "exchange.h"
+#include "tls_client.h"
+
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-struct OpensslDeleter {
-  void operator()(SSL_CTX* context) const { SSL_CTX_free(context); }
-  void operator()(SSL* ssl) const { SSL_free(ssl); }
-  void operator()(SSL_SESSION* session) const { SSL_SESSION_free(session); }
-};
+using Bench::Clock;
+using Bench::Exchange;
 
 struct Options {
   int port;
@@ -53,15 +45,6 @@ struct Result {
   std::string answer;  ///< Of the request that ended last.
 };
 
-std::unique_ptr<SSL_SESSION, OpensslDeleter> gSession;
-
-/// Keeps the first session that the server grants; all others resume it.
-int KeepSession(SSL*, SSL_SESSION* session) {
-  if (gSession) return 0;
-  gSession.reset(session);
-  return 1;
-}
-
 /// A request of the API whose input makes it so many bytes long at least.
 std::string MakeRequest(const Options& options) {
   const std::string begin =
@@ -76,124 +59,12 @@ std::string MakeRequest(const Options& options) {
          std::to_string(body.size()) + "\r\n\r\n" + body;
 }
 
-std::unique_ptr<SSL_CTX, OpensslDeleter> MakeContext(const Options& options) {
-  std::unique_ptr<SSL_CTX, OpensslDeleter> context(SSL_CTX_new(TLS_client_method()));
-  SSL_CTX_set_min_proto_version(context.get(), options.tlsVersion);
-  SSL_CTX_set_max_proto_version(context.get(), options.tlsVersion);
-  SSL_CTX_set1_groups_list(context.get(), "P-256");
-  SSL_CTX_set_cipher_list(context.get(), "ECDHE-RSA-AES256-GCM-SHA384");
-  SSL_CTX_set_ciphersuites(context.get(), "TLS_AES_256_GCM_SHA384");
+Bench::ContextPointer MakeContext(const Options& options) {
+  Bench::ContextPointer context = Bench::MakeClientContext(options.tlsVersion, options.resume);
   SSL_CTX_set_read_ahead(context.get(), 1);
-  SSL_CTX_set_cert_verify_callback(
-      context.get(), [](X509_STORE_CTX*, void*) { return 1; }, nullptr);
   SSL_CTX_set_mode(context.get(), SSL_MODE_ENABLE_PARTIAL_WRITE);
-  SSL_CTX_set_session_cache_mode(context.get(),
-                                 SSL_SESS_CACHE_NO_INTERNAL_STORE |
-                                     (options.resume ? SSL_SESS_CACHE_CLIENT : SSL_SESS_CACHE_OFF));
-  if (options.resume) SSL_CTX_sess_set_new_cb(context.get(), KeepSession);
   return context;
 }
-
-/// One connection with its request, driven by whatever the socket has become ready for.
-class Exchange {
- public:
-  enum class State { kRunning, kIdle, kDone, kFailed };
-
-  /// \param request  Empty: the exchange ends idle, behind its handshake.
-  Exchange(SSL_CTX* context, int port, const std::string& request)
-      : ssl_(SSL_new(context)), request_(request), begin_(Clock::now()) {
-    socket_ = socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-    const int on = 1;
-    setsockopt(socket_, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(static_cast<std::uint16_t>(port));
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    (void)connect(socket_, reinterpret_cast<sockaddr*>(&address), sizeof address);
-    SSL_set_fd(ssl_.get(), socket_);
-    SSL_set_connect_state(ssl_.get());
-    if (gSession) Resume();
-  }
-  ~Exchange() {
-    // An abrupt end would make the session unfit for resumption.
-    SSL_set_shutdown(ssl_.get(), SSL_SENT_SHUTDOWN | SSL_RECEIVED_SHUTDOWN);
-    close(socket_);
-  }
-  Exchange(const Exchange&) = delete;
-  Exchange& operator=(const Exchange&) = delete;
-
-  int Socket() const { return socket_; }
-  bool Resumed() const { return SSL_session_reused(ssl_.get()) == 1; }
-  double Milliseconds() const {
-    return std::chrono::duration<double, std::milli>(end_ - begin_).count();
-  }
-  std::string Answer() const { return answer_.substr(std::min(head_, answer_.size())); }
-
-  State Step() {
-    ERR_clear_error();
-    if (SSL_is_init_finished(ssl_.get()) == 0) {
-      const int result = SSL_do_handshake(ssl_.get());
-      if (result != 1) return Waiting(result);
-    }
-    if (request_.empty()) return State::kIdle;
-    while (sent_ < request_.size()) {
-      std::size_t bytes = 0;
-      const int result =
-          SSL_write_ex(ssl_.get(), request_.data() + sent_, request_.size() - sent_, &bytes);
-      if (result != 1) return Waiting(result);
-      sent_ += bytes;
-    }
-    return Read();
-  }
-
- private:
-  /// With a session of its own: a fresh ticket makes the one that it replaces unfit.
-  void Resume() {
-    const std::unique_ptr<SSL_SESSION, OpensslDeleter> copy(SSL_SESSION_dup(gSession.get()));
-    SSL_set_session(ssl_.get(), copy.get());
-  }
-
-  State Read() {
-    char buffer[16384];
-    for (;;) {
-      std::size_t bytes = 0;
-      const int result = SSL_read_ex(ssl_.get(), buffer, sizeof buffer, &bytes);
-      if (result != 1) return Waiting(result);
-      answer_.append(buffer, bytes);
-      NoteEnd();
-    }
-  }
-
-  /// Takes the time when the answer is whole. The server's end of the connection comes later.
-  void NoteEnd() {
-    if (whole_ == 0) {
-      const std::size_t headEnd = answer_.find("\r\n\r\n");
-      if (headEnd == std::string::npos) return;
-      head_ = headEnd + 4;
-      const std::size_t length = answer_.find("Content-Length: ");
-      if (length >= headEnd) return;
-      whole_ = head_ + std::strtoul(answer_.c_str() + length + 16, nullptr, 10);
-    }
-    if (answer_.size() >= whole_ && end_ == Clock::time_point()) end_ = Clock::now();
-  }
-
-  State Waiting(int result) const {
-    const int error = SSL_get_error(ssl_.get(), result);
-    if (error == SSL_ERROR_WANT_READ || error == SSL_ERROR_WANT_WRITE) return State::kRunning;
-    // With or without a goodbye: the length told that nothing is missing.
-    return end_ != Clock::time_point() ? State::kDone : State::kFailed;
-  }
-
-  std::unique_ptr<SSL, OpensslDeleter> ssl_;
-  const std::string& request_;
-  const Clock::time_point begin_;
-  Clock::time_point end_;
-  int socket_ = -1;
-  std::size_t sent_ = 0;
-  std::size_t head_ = 0;
-  std::size_t whole_ = 0;
-  std::string answer_;
-};
 
 class Load {
  public:
@@ -355,7 +226,7 @@ int main(int argc, char** argv) {
   std::signal(SIGPIPE, SIG_IGN);
   try {
     const Options options = Parse(argv);
-    const auto context = MakeContext(options);
+    const Bench::ContextPointer context = MakeContext(options);
     if (options.requests == 0) {
       HoldIdle(options, context.get());
     } else {

@@ -10,52 +10,24 @@
 #include <ctime>
 #include <exception>
 #include <iostream>
-#include <memory>
 #include <stdexcept>
 #include <string>
 
+#include "tls_client.h"
 #include "tls_settings.h"
 
 namespace {
 
-struct OpensslDeleter {
-  void operator()(SSL_CTX* context) const { SSL_CTX_free(context); }
-  void operator()(SSL* ssl) const { SSL_free(ssl); }
-  void operator()(SSL_SESSION* session) const { SSL_SESSION_free(session); }
-};
-using ContextPointer = std::unique_ptr<SSL_CTX, OpensslDeleter>;
-using SslPointer = std::unique_ptr<SSL, OpensslDeleter>;
-using SessionPointer = std::unique_ptr<SSL_SESSION, OpensslDeleter>;
+using Bench::ContextPointer;
+using Bench::SslPointer;
 
 constexpr char kRequest[350] = "POST /api HTTP/1.1";
 constexpr char kAnswer[250] = "HTTP/1.1 200 OK";
-
-SessionPointer gSession;
-
-int KeepSession(SSL*, SSL_SESSION* session) {
-  if (gSession) return 0;
-  gSession.reset(session);
-  return 1;
-}
 
 double ThreadMicroseconds() {
   timespec time{};
   clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
   return static_cast<double>(time.tv_sec) * 1e6 + static_cast<double>(time.tv_nsec) / 1e3;
-}
-
-ContextPointer MakeClientContext(const std::string& version) {
-  ContextPointer context(SSL_CTX_new(TLS_client_method()));
-  const int tls = version == "1.3" ? TLS1_3_VERSION : TLS1_2_VERSION;
-  SSL_CTX_set_min_proto_version(context.get(), tls);
-  SSL_CTX_set_max_proto_version(context.get(), tls);
-  SSL_CTX_set1_groups_list(context.get(), "P-256");
-  SSL_CTX_set_cipher_list(context.get(), "ECDHE-RSA-AES256-GCM-SHA384");
-  SSL_CTX_set_ciphersuites(context.get(), "TLS_AES_256_GCM_SHA384");
-  SSL_CTX_set_session_cache_mode(context.get(),
-                                 SSL_SESS_CACHE_CLIENT | SSL_SESS_CACHE_NO_INTERNAL_STORE);
-  SSL_CTX_sess_set_new_cb(context.get(), KeepSession);
-  return context;
 }
 
 /// One connection, both of whose ends are here.
@@ -68,8 +40,8 @@ class Pair {
     BIO_up_ref(toClient);
     SSL_set_bio(client_.get(), toClient, toServer);
     SSL_set_connect_state(client_.get());
-    if (resume && gSession) {
-      const SessionPointer copy(SSL_SESSION_dup(gSession.get()));
+    if (resume && Bench::ServersSession()) {
+      const Bench::SessionPointer copy(SSL_SESSION_dup(Bench::ServersSession().get()));
       SSL_set_session(client_.get(), copy.get());
     }
     Serve([&] {
@@ -120,7 +92,8 @@ void Measure(const std::string& pem, const std::string& version, bool resume, in
   const ContextPointer server(SSL_CTX_new(TLS_server_method()));
   Bench::UseCertificate(server.get(), pem);
   Bench::SetCurveAndCiphers(server.get());
-  const ContextPointer client = MakeClientContext(version);
+  const int tls = version == "1.3" ? TLS1_3_VERSION : TLS1_2_VERSION;
+  const ContextPointer client = Bench::MakeClientContext(tls, resume);
   Pair(client.get(), server.get(), false).Run(false);
   double sum = 0;
   for (int i = 0; i < count; ++i) sum += Pair(client.get(), server.get(), resume).Run(resume);
