@@ -2,21 +2,17 @@
 // printing and comparing come back.
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 
 #include "krova/data/comparators.h"
 #include "krova/data/validator.h"
 #include "krova/fitting_rules.h"
 #include "krova/tree_from_bytes.h"
+#include "require.h"
 
 using namespace Krova;
 using namespace Krova::Data;
 
 namespace {
-
-void Require(bool condition) {
-  if (!condition) std::abort();
-}
 
 template <typename Match>
 void ValidateByTheRules(const DefinitionPointer& definition, const ValuePointer& value,
