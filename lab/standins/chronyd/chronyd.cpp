@@ -1,6 +1,5 @@
 #include "standins/chronyd/chronyd.h"
 
-#include <netinet/in.h>
 #include <poll.h>
 #include <pwd.h>
 #include <signal.h>
@@ -13,6 +12,7 @@
 #include <stdexcept>
 
 #include "standins/host_server/child_process.h"
+#include "standins/host_server/loopback_port.h"
 
 namespace Lab {
 namespace {
@@ -26,14 +26,6 @@ const char* Program() {
     if (access(place, X_OK) == 0) return place;
   }
   return nullptr;
-}
-
-sockaddr_in Loopback(std::uint16_t port) {
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  address.sin_port = htons(port);
-  return address;
 }
 
 /// A socket on a port of its own; the port is free again when it is closed.

@@ -1,12 +1,10 @@
 #include "standins/host_server/loopback_port.h"
 
 #include <arpa/inet.h>
-#include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 namespace Lab {
-namespace {
 
 sockaddr_in Loopback(std::uint16_t port) {
   sockaddr_in address{};
@@ -15,8 +13,6 @@ sockaddr_in Loopback(std::uint16_t port) {
   address.sin_port = htons(port);
   return address;
 }
-
-}  // namespace
 
 std::uint16_t FreeLoopbackPort() {
   const int probe = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);

@@ -10,18 +10,12 @@
 #include <algorithm>
 #include <stdexcept>
 
+#include "standins/host_server/loopback_port.h"
+
 namespace Lab {
 namespace {
 
 constexpr std::size_t kPiece = 16384;
-
-sockaddr_in Loopback(std::uint16_t port) {
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  address.sin_port = htons(port);
-  return address;
-}
 
 int MakeSocket() { return socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0); }
 
