@@ -6,6 +6,7 @@
 #include <chrono>
 #include <cstdio>
 #include <fstream>
+#include <stdexcept>
 
 #include "machine/json_text.h"
 #include "machine/schema_check.h"
@@ -68,6 +69,36 @@ void ReadProducts(const Json::Value& products, Description& description) {
   }
 }
 
+/// The computer, its user, and who else is known there.
+void ReadIdentity(const Json::Value& document, Description& description) {
+  const Json::Value& computer = document["computer"];
+  description.computerName = WideText(computer["name"]);
+  description.uiLanguage = static_cast<std::uint16_t>(computer.get("uiLanguage", 1033).asUInt());
+  description.sessionId = computer.get("session", 1).asUInt();
+  ReadUser(document["user"], description);
+  description.computerSid =
+      ComputerSid(description.computerName, description.userName, description.userSid);
+  description.accounts = ReadAccounts(document["accounts"], description.computerName,
+                                      description.userName, description.userSid);
+  description.domain = ReadDomain(document["domain"]);
+  description.fullName = FullName(computer, description);
+}
+
+/// The agent's own program and environment, and what is installed beside it.
+void ReadSoftware(const Json::Value& document, Description& description) {
+  ReadProgram(document["program"], description);
+  ReadEnvironment(document["environment"], description);
+  for (const std::string& name : document["programs"].getMemberNames()) {
+    description.programs[ToWide(name)] = document["programs"][name].asString();
+  }
+  for (const std::string& name : document["knownFolders"].getMemberNames()) {
+    description.knownFolders[name] = WideText(document["knownFolders"][name]);
+  }
+  ReadProducts(document["products"], description);
+  description.installerBusy = document["installer"].get("busy", false).asBool();
+  description.services = ReadServices(document["services"]);
+}
+
 std::uint32_t TcpState(const std::string& name) {
   constexpr std::uint32_t kListening = 2, kEstablished = 5, kTimeWait = 11;
   if (name == "established") return kEstablished;
@@ -84,6 +115,12 @@ std::vector<EndPoint> ReadEndPoints(const Json::Value& states) {
                          TcpState(states[name].asString())});
   }
   return endPoints;
+}
+
+void ReadPorts(const Json::Value& ports, Description& description) {
+  description.tcp = ReadEndPoints(ports["tcp"]);
+  description.udp = ReadEndPoints(ports["udp"]);
+  description.hostEndPoints = ports.get("host", false).asBool();
 }
 
 ZipCopying ReadZipCopying(const Json::Value& document) {
@@ -112,6 +149,24 @@ std::optional<std::uint64_t> ParseTime(const std::string& text) {
   const milliseconds since = sys_days(date) - kBegin + hours(hour) + minutes(minute) +
                              seconds(second) + milliseconds(millisecond);
   return static_cast<std::uint64_t>(since.count()) * 10'000;
+}
+
+/// Throws std::invalid_argument for a start that is no time.
+void ReadClock(const Json::Value& clock, Description& description) {
+  description.clock.speed = clock.get("speed", 1.0).asDouble();
+  if (!clock.isMember("startTime")) return;
+  description.clock.startTime = ParseTime(clock["startTime"].asString());
+  if (!description.clock.startTime) {
+    throw std::invalid_argument("/clock/startTime: expected a day and time that exist");
+  }
+}
+
+/// Throws std::invalid_argument for texts that are no addresses or names.
+void ReadNetwork(const Json::Value& document, Description& description) {
+  description.hostAdapters = document["adapters"].isString();
+  if (!description.hostAdapters) description.adapters = ReadAdapters(document["adapters"]);
+  description.nameService = ReadNameService(document["hosts"], document["dns"]);
+  description.addressMap = AddressMap(document["addressMap"]);
 }
 
 Fault ReadFault(const Json::Value& entry) {
@@ -167,53 +222,22 @@ Description ParseDescription(const Json::Value& document, const std::filesystem:
                        ": /base: expected none in an instance; lab-machine start makes one");
   }
   Description description;
-  description.computerName = WideText(document["computer"]["name"]);
-  description.uiLanguage =
-      static_cast<std::uint16_t>(document["computer"].get("uiLanguage", 1033).asUInt());
-  description.sessionId = document["computer"].get("session", 1).asUInt();
-  ReadUser(document["user"], description);
-  description.computerSid =
-      ComputerSid(description.computerName, description.userName, description.userSid);
-  description.accounts = ReadAccounts(document["accounts"], description.computerName,
-                                      description.userName, description.userSid);
-  description.domain = ReadDomain(document["domain"]);
-  description.services = ReadServices(document["services"]);
-  description.fullName = FullName(document["computer"], description);
-  ReadProgram(document["program"], description);
-  ReadEnvironment(document["environment"], description);
-  for (const std::string& name : document["programs"].getMemberNames()) {
-    description.programs[ToWide(name)] = document["programs"][name].asString();
-  }
-  for (const std::string& name : document["knownFolders"].getMemberNames()) {
-    description.knownFolders[name] = WideText(document["knownFolders"][name]);
-  }
-  ReadProducts(document["products"], description);
-  description.installerBusy = document["installer"].get("busy", false).asBool();
+  ReadIdentity(document, description);
+  ReadSoftware(document, description);
   for (const std::string& drive : document["disks"].getMemberNames()) {
     description.freeBytes[ToWide(drive).front()] = document["disks"][drive]["free"].asUInt64();
   }
-  description.tcp = ReadEndPoints(document["ports"]["tcp"]);
-  description.udp = ReadEndPoints(document["ports"]["udp"]);
-  description.hostEndPoints = document["ports"].get("host", false).asBool();
+  ReadPorts(document["ports"], description);
   description.graceNeedsForceSelf = document["shutdown"].get("graceNeedsForceSelf", false).asBool();
-  try {
-    description.hostAdapters = document["adapters"].isString();
-    if (!description.hostAdapters) description.adapters = ReadAdapters(document["adapters"]);
-    description.nameService = ReadNameService(document["hosts"], document["dns"]);
-    description.addressMap = AddressMap(document["addressMap"]);
-    description.fileVersions = ReadFileVersions(document["fileVersions"]);
-    description.folders = ReadFolders(document["folderRights"], document["folderAttributes"]);
-  } catch (const std::invalid_argument& fault) {
-    throw MachineError(file.string() + ": " + fault.what());
-  }
   description.firewall = ReadFirewall(document["firewall"]);
   description.zipCopying = ReadZipCopying(document["zipCopying"]);
-  description.clock.speed = document["clock"].get("speed", 1.0).asDouble();
-  if (document["clock"].isMember("startTime")) {
-    description.clock.startTime = ParseTime(document["clock"]["startTime"].asString());
-    if (!description.clock.startTime) {
-      throw MachineError(file.string() + ": /clock/startTime: expected a day and time that exist");
-    }
+  try {
+    ReadNetwork(document, description);
+    description.fileVersions = ReadFileVersions(document["fileVersions"]);
+    description.folders = ReadFolders(document["folderRights"], document["folderAttributes"]);
+    ReadClock(document["clock"], description);
+  } catch (const std::invalid_argument& fault) {
+    throw MachineError(file.string() + ": " + fault.what());
   }
   description.census = ReadCensus(document["census"]);
   for (const Json::Value& entry : document["faults"]) {
