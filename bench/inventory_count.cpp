@@ -17,6 +17,7 @@
 #include "serverclient/credentials.h"
 #include "serverclient/inventory_size.h"
 #include "serverclient/tunrak_core.h"
+#include "support/argument_pointers.h"
 #include "support/kelvane_server.h"
 #include "support/lab_instance.h"
 #include "table.h"
@@ -130,9 +131,7 @@ std::vector<std::string> CurlCommand(std::uint16_t port) {
 }
 
 bool RunOnce(std::vector<std::string> command) {
-  std::vector<char*> arguments;
-  for (std::string& text : command) arguments.push_back(text.data());
-  arguments.push_back(nullptr);
+  const std::vector<char*> arguments = Lab::ArgumentPointers(command);
   pid_t process = 0;
   if (posix_spawnp(&process, arguments[0], nullptr, nullptr, arguments.data(), environ) != 0) {
     return false;

@@ -11,13 +11,12 @@
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "runner/process_monitor.h"
+#include "support/file_bytes.h"
 #include "support/lab_instance.h"
 #include "table.h"
 
@@ -41,18 +40,13 @@ double Median(std::vector<double> values) {
   return values[kStarts / 2];
 }
 
-std::string ReadFile(const std::filesystem::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
 /// Runs the child once. \return Microseconds from the call to the child's first instruction.
 template <typename Start>
 double Measure(const std::filesystem::path& moment, const Start& start) {
   std::filesystem::remove(moment);
   const std::int64_t begin = Now();
   if (!start()) throw std::runtime_error("the child couldn't be run");
-  return static_cast<double>(std::stoll(ReadFile(moment)) - begin) / 1e3;
+  return static_cast<double>(std::stoll(Lab::FileBytes(moment)) - begin) / 1e3;
 }
 
 bool Spawn(std::string program, std::string argument) {
@@ -127,7 +121,7 @@ int main(int argc, char** argv) {
     return 2;
   }
   Lab::Instance machine;
-  machine.WriteFile(kChild, ReadFile(argv[1]));
+  machine.WriteFile(kChild, Lab::FileBytes(argv[1]));
   machine.MakeFolder(L"C:\\Status");
   const std::filesystem::path moment =
       std::filesystem::temp_directory_path() / ("child_start." + std::to_string(getpid()));

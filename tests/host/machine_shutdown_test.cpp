@@ -1,23 +1,15 @@
 #include "host/machine_shutdown.h"
 
 #include <gtest/gtest.h>
-#include <json/json.h>
 
-#include <fstream>
-
-#include "support/lab_instance.h"
+#include "support/shutdown_record.h"
 
 namespace Halvard::Host {
 namespace {
 
 class MachineShutdown : public testing::Test {
  protected:
-  Json::Value Record() const {
-    Json::Value record;
-    std::ifstream file(machine_.Folder() / "shutdown.json");
-    if (file) file >> record;
-    return record;
-  }
+  Json::Value Record() const { return Lab::ShutdownRecord(machine_); }
 
   Lab::Instance machine_;
 };

@@ -6,12 +6,11 @@
 #include <unistd.h>
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 
 #include "host/windows_api.h"
 #include "installer/package.h"
+#include "support/file_bytes.h"
 #include "support/lab_instance.h"
 
 namespace Lab {
@@ -28,11 +27,6 @@ constexpr wchar_t kRunner[] = L"C:\\Halvard\\rimsa-upgrade-runner.msi";
 const std::wstring kTarget = L"C:\\Ziel \u00e4\u8a66 \U0001D4BD\\image";
 constexpr wchar_t kInterpreter[] = L"\\PFiles\\Ostrel\\Rimsa\\python\\python.exe";
 constexpr wchar_t kScripts[] = L"\\PFiles\\Ostrel\\Rimsa\\rimsa_upgrade_runner\\";
-
-std::string HostFile(const fs::path& file) {
-  std::ifstream in(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
 
 std::wstring ImageAt(const std::wstring& target) {
   return L"ACTION=ADMIN TARGETDIR=\"" + target + L"\"";
@@ -59,7 +53,7 @@ class PackageInstall : public testing::Test {
   }
 
   bool InTarget(const std::wstring& path) const { return machine_.FileExists(kTarget + path); }
-  std::string Complaints() const { return HostFile(machine_.Folder() / "run" / "installer.log"); }
+  std::string Complaints() const { return FileBytes(machine_.Folder() / "run" / "installer.log"); }
 
   Instance machine_;
 };
@@ -70,7 +64,7 @@ TEST_F(PackageInstall, MakesTheTreeOfThePackage) {
   for (const auto& entry : fs::directory_iterator(RUNNER_SCRIPTS)) {
     if (entry.path().extension() != ".py") continue;
     EXPECT_THAT(machine_.ReadFile(kTarget + kScripts + entry.path().filename().wstring()),
-                Optional(HostFile(entry.path())));
+                Optional(FileBytes(entry.path())));
   }
 }
 
@@ -220,7 +214,7 @@ TEST_F(PackageInstall, OneInstallationAtATime) {
 }
 
 TEST_F(PackageInstall, NothingIsUnpackedWithoutRoomForAll) {
-  const std::uint64_t needed = machine_.ReadFile(kPython)->size() + HostFile(INTERPRETER).size();
+  const std::uint64_t needed = machine_.ReadFile(kPython)->size() + FileBytes(INTERPRETER).size();
   machine_.Set("/disks/C/free", Json::UInt64{needed - 1});
   EXPECT_EQ(Unpack(kPython), UINT{ERROR_INSTALL_FAILURE});
   EXPECT_FALSE(machine_.FileExists(kTarget));

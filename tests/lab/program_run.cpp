@@ -13,17 +13,12 @@
 #include <stdexcept>
 #include <utility>
 
+#include "support/argument_pointers.h"
+
 namespace Lab {
 namespace {
 
 constexpr int kPatience = 60'000;
-
-std::vector<char*> Pointers(std::vector<std::string>& texts) {
-  std::vector<char*> pointers;
-  for (std::string& text : texts) pointers.push_back(text.data());
-  pointers.push_back(nullptr);
-  return pointers;
-}
 
 }  // namespace
 
@@ -33,9 +28,11 @@ ProgramRun::ProgramRun(const std::filesystem::path& instance, std::vector<std::s
   arguments.insert(arguments.begin(), program);
   std::vector<std::string> environment = {"HALVARD_LAB=" + instance.string()};
   if (streams == Streams::kTerminal) {
-    StartInTerminal(program.c_str(), Pointers(arguments).data(), Pointers(environment).data());
+    StartInTerminal(program.c_str(), ArgumentPointers(arguments).data(),
+                    ArgumentPointers(environment).data());
   } else {
-    StartWithPipes(program.c_str(), Pointers(arguments).data(), Pointers(environment).data());
+    StartWithPipes(program.c_str(), ArgumentPointers(arguments).data(),
+                   ArgumentPointers(environment).data());
   }
 }
 

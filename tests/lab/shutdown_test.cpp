@@ -1,12 +1,10 @@
 // Shutting down a machine that can only be told so in the lab.
 #include <gtest/gtest.h>
-#include <json/json.h>
 
-#include <fstream>
 #include <string>
 
 #include "host/windows_api.h"
-#include "support/lab_instance.h"
+#include "support/shutdown_record.h"
 
 namespace Lab {
 namespace {
@@ -29,12 +27,7 @@ class Shutdown : public testing::Test {
     return InitiateShutdownW(nullptr, message.data(), 2, flags, 0);
   }
 
-  Json::Value Record() const {
-    Json::Value record;
-    std::ifstream file(machine_.Folder() / "shutdown.json");
-    if (file) file >> record;
-    return record;
-  }
+  Json::Value Record() const { return ShutdownRecord(machine_); }
 
   Instance machine_;
 };

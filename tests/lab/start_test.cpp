@@ -7,6 +7,7 @@
 #include <fstream>
 
 #include "machine/machine.h"
+#include "support/file_bytes.h"
 
 namespace Lab {
 namespace {
@@ -20,7 +21,7 @@ class StartedMachine : public testing::Test {
     std::string folder = testing::TempDir() + "start \xC3\xA9-XXXXXX";
     folder_ = mkdtemp(folder.data());
     // A small world of machines: the plain server, copied, for others to build on.
-    Write("server/machine.json", Contents(MachineFolder("windows-server") / "machine.json"));
+    Write("server/machine.json", FileBytes(MachineFolder("windows-server") / "machine.json"));
     Write("server/registry.reg", Reg("[HKEY_LOCAL_MACHINE\\A]\n\"x\"=\"1\"\n\"y\"=\"2\"\n"));
     Write("server/drive_c/a/one.txt", "server");
     Write("server/drive_c/a/two.txt", "server");
@@ -29,10 +30,6 @@ class StartedMachine : public testing::Test {
 
   static std::string Reg(const std::string& entries) {
     return "Windows Registry Editor Version 5.00\n" + entries;
-  }
-  static std::string Contents(const fs::path& file) {
-    std::ifstream in(file);
-    return {std::istreambuf_iterator<char>(in), {}};
   }
   void Write(const fs::path& file, const std::string& text) {
     fs::create_directories((folder_ / file).parent_path());
@@ -65,9 +62,9 @@ TEST_F(StartedMachine, IsItsDescriptionLaidOverThatOfItsBase) {
   EXPECT_FALSE(machine.Registry().Find(L"HKEY_LOCAL_MACHINE\\A", L"x"));
   EXPECT_TRUE(machine.Registry().Find(L"HKEY_LOCAL_MACHINE\\A", L"y"));
   EXPECT_TRUE(machine.Registry().Find(L"HKEY_LOCAL_MACHINE\\A", L"z"));
-  EXPECT_EQ(Contents(folder_ / "instance/drive_c/a/one.txt"), "server");
-  EXPECT_EQ(Contents(folder_ / "instance/drive_c/a/two.txt"), "mine");
-  EXPECT_EQ(Contents(folder_ / "instance/drive_e/data"), "e");
+  EXPECT_EQ(FileBytes(folder_ / "instance/drive_c/a/one.txt"), "server");
+  EXPECT_EQ(FileBytes(folder_ / "instance/drive_c/a/two.txt"), "mine");
+  EXPECT_EQ(FileBytes(folder_ / "instance/drive_e/data"), "e");
   EXPECT_TRUE(fs::is_directory(folder_ / "instance/drive_c/Windows/TEMP"));
 }
 

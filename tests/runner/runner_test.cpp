@@ -1,26 +1,17 @@
 #include "runner_test.h"
 
-#include <fstream>
-#include <iterator>
 #include <regex>
 
 #include "machine/handles.h"
+#include "support/file_bytes.h"
 
 namespace Halvard::Runner {
-namespace {
-
-std::string ReadHostFile(const char* path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
-
-}  // namespace
 
 RunnerTest::RunnerTest() : handlesBefore_(Lab::Handles().OpenTypes()) {
   for (const auto& [name, value] : gProperties.Snapshot()) gProperties[name] = L"";
   gPrivateProperties.clear();
   machine_.WriteFile(kProgramFolder + L"python.exe", "");
-  machine_.WriteFile(kProgramFolder + L"child.py", ReadHostFile(RUNNER_CHILD));
+  machine_.WriteFile(kProgramFolder + L"child.py", Lab::FileBytes(RUNNER_CHILD));
 }
 
 std::wstring RunnerTest::ChildLine(const std::wstring& orders) {

@@ -1,14 +1,13 @@
 // What docs/api.md shows is what the agent answers.
 #include <algorithm>
 #include <chrono>
-#include <fstream>
-#include <iterator>
 #include <set>
 #include <sstream>
 
 #include <json/json.h>
 
 #include "serving_agent.h"
+#include "support/file_bytes.h"
 
 namespace Halvard {
 namespace {
@@ -19,17 +18,12 @@ struct Example {
   std::string reply;
 };
 
-std::string ReadDocument() {
-  std::ifstream file(API_DOCUMENT, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
 /// \return The fenced blocks "json request OPERATION", each with the "json reply" behind it.
 std::vector<Example> ReadExamples() {
   const std::string request = "```json request ";
   std::vector<Example> examples;
   std::string* target = nullptr;
-  std::istringstream document(ReadDocument());
+  std::istringstream document(Lab::FileBytes(API_DOCUMENT));
   for (std::string line; std::getline(document, line);) {
     if (line.starts_with(request)) {
       examples.push_back({Utf8ToWide(line.substr(request.size())), {}, {}});
@@ -107,7 +101,7 @@ TEST(ApiDocument, ExamplesAreAnsweredAsShown) {
 
 TEST(ApiDocument, AnswersOnTheWireAreAsShown) {
   const ServingAgent agent;
-  const std::string document = ReadDocument();
+  const std::string document = Lab::FileBytes(API_DOCUMENT);
   const auto shows = [&](const std::vector<std::wstring>& call) {
     std::string body = WideToUtf8(agent.Command(call).output);
     std::erase(body, '\r');

@@ -1,10 +1,9 @@
 // How a migration ends: with the machine, or with the agent alone.
-#include <fstream>
-
 #include "core/server_lifetime.h"
 #include "machine/machine.h"
 #include "service_test.h"
 #include "support/listening_server.h"
+#include "support/shutdown_record.h"
 
 namespace Halvard::MigratorSvc {
 namespace {
@@ -27,12 +26,7 @@ class MachineEnd : public ServiceTest {
 
   CallResult ShutDown() { return Call(&AsyncServiceInterface::ShutdownMachine, GoodRequest("fr")); }
 
-  Json::Value ShutdownRecord() const {
-    Json::Value record;
-    std::ifstream file(machine_.Folder() / "shutdown.json");
-    if (file) file >> record;
-    return record;
-  }
+  Json::Value ShutdownRecord() const { return Lab::ShutdownRecord(machine_); }
 };
 
 TEST_F(MachineEnd, HasAMessageInTheOperatorsLanguage) {

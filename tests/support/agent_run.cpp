@@ -9,28 +9,17 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <fstream>
 #include <iterator>
 #include <stdexcept>
 
 #include "core/text.h"
+#include "support/argument_pointers.h"
+#include "support/file_bytes.h"
 
 namespace Halvard::Testing {
 namespace {
 
 constexpr int kPatienceMilliseconds = 60'000;
-
-std::vector<char*> Pointers(const std::vector<std::string>& texts) {
-  std::vector<char*> pointers;
-  for (const std::string& text : texts) pointers.push_back(const_cast<char*>(text.c_str()));
-  pointers.push_back(nullptr);
-  return pointers;
-}
-
-std::string ReadWhole(const std::filesystem::path& file) {
-  std::ifstream stream(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), {}};
-}
 
 }  // namespace
 
@@ -56,9 +45,9 @@ AgentProcess::AgentProcess(const Lab::Instance& machine, const std::vector<std::
     : machine_(machine), errorFile_(machine.Folder().parent_path() / "stderr.txt") {
   std::vector<std::string> command{program.string()};
   for (const std::wstring& argument : arguments) command.push_back(WideToUtf8(argument));
-  const std::vector<std::string> environment{"HALVARD_LAB=" + machine.Folder().string()};
-  const std::vector<char*> commandPointers = Pointers(command);
-  const std::vector<char*> environmentPointers = Pointers(environment);
+  std::vector<std::string> environment{"HALVARD_LAB=" + machine.Folder().string()};
+  const std::vector<char*> commandPointers = Lab::ArgumentPointers(command);
+  const std::vector<char*> environmentPointers = Lab::ArgumentPointers(environment);
   const int errors = open(errorFile_.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
   const Image image{commandPointers.data(), environmentPointers.data(), errors};
   if (input == Input::kTerminal) {
@@ -178,11 +167,11 @@ AgentRun AgentProcess::Wait() {
   AgentRun run;
   run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status);
   run.console = Utf8ToWide(console_);
-  run.allOutput = run.console + Utf8ToWide(ReadWhole(errorFile_));
+  run.allOutput = run.console + Utf8ToWide(Lab::FileBytes(errorFile_));
   if (machine_.FileExists(L"%TEMP%\\halvard.log")) {
     const std::filesystem::path log = machine_.HostPath(L"%TEMP%\\halvard.log");
     run.log = ReadLog(log);
-    run.allOutput += Utf8ToWide(ReadWhole(log));
+    run.allOutput += Utf8ToWide(Lab::FileBytes(log));
   }
   return run;
 }

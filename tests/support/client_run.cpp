@@ -8,10 +8,11 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <stdexcept>
 
 #include "core/text.h"
+#include "support/argument_pointers.h"
+#include "support/file_bytes.h"
 
 namespace Halvard::Testing {
 namespace {
@@ -29,21 +30,11 @@ class ScratchFolder {
   ~ScratchFolder() { std::filesystem::remove_all(path_); }
 
   std::string File(const char* name) const { return (path_ / name).string(); }
-  std::wstring Read(const char* name) const {
-    std::ifstream stream(path_ / name, std::ios::binary);
-    return Utf8ToWide(std::string(std::istreambuf_iterator<char>(stream), {}));
-  }
+  std::wstring Read(const char* name) const { return Utf8ToWide(Lab::FileBytes(path_ / name)); }
 
  private:
   std::filesystem::path path_;
 };
-
-std::vector<char*> EndedPointers(std::vector<std::string>& texts) {
-  std::vector<char*> pointers;
-  for (std::string& text : texts) pointers.push_back(text.data());
-  pointers.push_back(nullptr);
-  return pointers;
-}
 
 }  // namespace
 
@@ -64,8 +55,9 @@ ClientRun RunClient(const std::vector<std::wstring>& arguments, const std::strin
   posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, folder.File("err").c_str(), kWriting,
                                    0600);
   pid_t process = 0;
-  const int error = posix_spawn(&process, HVCTL_PROGRAM, &actions, nullptr,
-                                EndedPointers(command).data(), EndedPointers(environment).data());
+  const int error =
+      posix_spawn(&process, HVCTL_PROGRAM, &actions, nullptr, Lab::ArgumentPointers(command).data(),
+                  Lab::ArgumentPointers(environment).data());
   posix_spawn_file_actions_destroy(&actions);
   if (error != 0) throw std::runtime_error("the client doesn't start");
   int status = 0;

@@ -6,11 +6,10 @@
 
 #include <clocale>
 #include <cstdio>
-#include <fstream>
-#include <iterator>
 #include <stdexcept>
 
 #include "core/text.h"
+#include "support/file_bytes.h"
 
 namespace Halvard::Testing {
 namespace {
@@ -51,8 +50,7 @@ ConsoleCapture::~ConsoleCapture() {
 
 std::wstring ConsoleCapture::Text() const {
   std::fflush(stdout);
-  std::ifstream stream(file_, std::ios::binary);
-  return Utf8ToWide(std::string(std::istreambuf_iterator<char>(stream), {}));
+  return Utf8ToWide(Lab::FileBytes(file_));
 }
 
 PipedInput::PipedInput(const std::string& text) : savedInput_(dup(STDIN_FILENO)) {

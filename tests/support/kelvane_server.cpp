@@ -9,18 +9,15 @@
 #include <unistd.h>
 
 #include <fstream>
-#include <iterator>
 #include <sstream>
 #include <stdexcept>
 #include <utility>
 
+#include "support/argument_pointers.h"
+#include "support/file_bytes.h"
+
 namespace Lab {
 namespace {
-
-std::string ReadWhole(const std::filesystem::path& file) {
-  std::ifstream stream(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), {}};
-}
 
 Json::Value ParseLine(const std::string& line) {
   Json::Value value;
@@ -45,9 +42,6 @@ pid_t Spawn(const std::filesystem::path& folder, int input, int output) {
                                    (folder / "config.json").string(),
                                    "--record",
                                    (folder / "journal").string()};
-  std::vector<char*> arguments;
-  for (std::string& text : command) arguments.push_back(text.data());
-  arguments.push_back(nullptr);
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
   posix_spawn_file_actions_adddup2(&actions, input, STDIN_FILENO);
@@ -55,8 +49,8 @@ pid_t Spawn(const std::filesystem::path& folder, int input, int output) {
   posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, (folder / "errors").c_str(),
                                    O_WRONLY | O_CREAT | O_APPEND, 0600);
   pid_t process = -1;
-  const int error =
-      posix_spawn(&process, arguments[0], &actions, nullptr, arguments.data(), environ);
+  const int error = posix_spawn(&process, KELVANE_SERVER_PROGRAM, &actions, nullptr,
+                                ArgumentPointers(command).data(), environ);
   posix_spawn_file_actions_destroy(&actions);
   if (error != 0) throw std::runtime_error("kelvane-server can't be started");
   return process;
@@ -116,7 +110,7 @@ void KelvaneServer::Stop() {
   int status = 0;
   waitpid(std::exchange(process_, -1), &status, 0);
   if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
-    throw std::runtime_error("the Kelvane Server failed: " + ReadWhole(folder_ / "errors"));
+    throw std::runtime_error("the Kelvane Server failed: " + FileBytes(folder_ / "errors"));
   }
 }
 
@@ -128,7 +122,7 @@ std::string KelvaneServer::Certificate() const { return announcement_["certifica
 std::uint32_t KelvaneServer::Hosts() const { return announcement_["hosts"].asUInt(); }
 std::uint32_t KelvaneServer::Machines() const { return announcement_["machines"].asUInt(); }
 
-std::string KelvaneServer::JournalText() const { return ReadWhole(folder_ / "journal"); }
+std::string KelvaneServer::JournalText() const { return FileBytes(folder_ / "journal"); }
 
 std::vector<Json::Value> KelvaneServer::Journal() const {
   std::vector<Json::Value> lines;

@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
-#include <iterator>
 #include <stdexcept>
 
 #include "machine/paths.h"
@@ -13,6 +12,7 @@
 #include "machine/text.h"
 #include "machine/variables.h"
 #include "shell/zip_copies.h"
+#include "support/file_bytes.h"
 
 namespace Lab {
 namespace {
@@ -47,11 +47,6 @@ Json::Value& MemberAt(Json::Value& document, std::string_view pointer) {
     pointer.remove_prefix(name.size());
   }
   return *value;
-}
-
-std::string ReadWhole(const fs::path& file) {
-  std::ifstream in(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
 void WriteWhole(const fs::path& file, std::string_view bytes) {
@@ -169,7 +164,7 @@ void Instance::ApplyRegistry(const std::string& entries) {
   const fs::path file = folder_ / "registry.reg";
   const RegistryTree nothing;
   RegistryTree tree;
-  ReadRegFile(ReadWhole(file), tree);
+  ReadRegFile(FileBytes(file), tree);
   ReadRegFile(WriteRegFile(nothing) + entries, tree);
   WriteWhole(parent_ / "registry.reg", WriteRegFile(tree));
   fs::rename(parent_ / "registry.reg", file);
@@ -192,7 +187,7 @@ bool Instance::FileExists(std::wstring_view path) const {
 std::optional<std::string> Instance::ReadFile(std::wstring_view path) const {
   const FoundPath found = FindPath(Expanded(path));
   if (found.error != 0 || !fs::is_regular_file(found.host)) return std::nullopt;
-  return ReadWhole(found.host);
+  return FileBytes(found.host);
 }
 
 void Instance::WriteFile(std::wstring_view path, std::string_view bytes) {

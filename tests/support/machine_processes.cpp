@@ -7,30 +7,25 @@
 #include <cctype>
 #include <chrono>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <stdexcept>
 #include <string>
 #include <thread>
+
+#include "support/file_bytes.h"
 
 namespace Lab {
 namespace {
 
 namespace fs = std::filesystem;
 
-std::string BytesOf(const fs::path& file) {
-  std::ifstream in(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
 bool HasVariable(const fs::path& process, const std::string& variable) {
-  return (std::string(1, '\0') + BytesOf(process / "environ")).find('\0' + variable + '\0') !=
+  return (std::string(1, '\0') + FileBytes(process / "environ")).find('\0' + variable + '\0') !=
          std::string::npos;
 }
 
 /// The keeper of a child has the child's command line behind its own name.
 bool IsRunner(pid_t process) {
-  const std::string line = BytesOf(fs::path("/proc") / std::to_string(process) / "cmdline");
+  const std::string line = FileBytes(fs::path("/proc") / std::to_string(process) / "cmdline");
   const std::string program = fs::path(line.substr(0, line.find('\0'))).filename();
   return program != "lab-keeper" && line.find("UpgradeRunner.py") != std::string::npos;
 }

@@ -1,12 +1,12 @@
 #include "support/scripted_runner.h"
 
 #include <chrono>
-#include <fstream>
-#include <iterator>
 #include <stdexcept>
 #include <thread>
 
 #include <json/writer.h>
+
+#include "support/file_bytes.h"
 
 namespace Halvard::Testing {
 namespace {
@@ -14,18 +14,14 @@ namespace {
 constexpr wchar_t kInterpreter[] = L"\\PFiles\\Ostrel\\Rimsa\\python\\python.exe";
 constexpr wchar_t kScriptFolder[] = L"\\PFiles\\Ostrel\\Rimsa\\rimsa_upgrade_runner\\";
 
-std::string ReadScript() {
-  std::ifstream file(SCRIPTED_RUNNER, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
 std::wstring Beside(const std::wstring& name) { return L"%TEMP%\\" + name; }
 
 }  // namespace
 
 ScriptedRunner::ScriptedRunner(Lab::Instance& machine) : machine_(machine) {
   machine_.WriteFile(kFolder + kInterpreter, "");
-  machine_.WriteFile(kFolder + kScriptFolder + L"UpgradeRunner.py", ReadScript());
+  machine_.WriteFile(kFolder + kScriptFolder + L"UpgradeRunner.py",
+                     Lab::FileBytes(SCRIPTED_RUNNER));
   OrderRequirements({});
   OrderExport({});
 }

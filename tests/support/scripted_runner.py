@@ -1,17 +1,17 @@
 """An upgrade runner that carries out what a test has ordered.
 
 "orders.json" in the folder of this script has a list of steps for each mode, "requirements" and
-"export";
-they are carried out one after the other.OUTPUT is the file that the command line names;
+"export"; they are carried out one after the other. OUTPUT is the file that the command line names;
 other names are of files beside it.
 
-    ["write", TEXT] write the text into OUTPUT,
-    in place["rewrite", TEXT, STOP] write the text into OUTPUT in three pieces,
-    and again from the start,
-    until the file STOP exists["keep", NAME] copy the input file["arguments", NAME] write the
-        arguments,
-    a JSON array["tell", NAME] make an empty file["wait", NAME] go on once the file
-        exists["exit", CODE] end now; without this step the code is 0
+    ["write", TEXT]          write the text into OUTPUT, in place
+    ["rewrite", TEXT, STOP]  write the text into OUTPUT in three pieces, and again from the start,
+                             until the file STOP exists
+    ["keep", NAME]           copy the input file
+    ["arguments", NAME]      write the arguments, a JSON array
+    ["tell", NAME]           make an empty file
+    ["wait", NAME]           go on once the file exists
+    ["exit", CODE]           end now; without this step the code is 0
 """
 
 import json

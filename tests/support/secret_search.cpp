@@ -4,20 +4,14 @@
 #include <cctype>
 #include <cstddef>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 
+#include "support/file_bytes.h"
 #include "support/zip_contents.h"
 
 namespace Lab {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string FileBytes(const fs::path& file) {
-  std::ifstream in(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
 
 /// The text with so many bytes for a character, lowest first.
 std::string Widened(const std::string& text, std::size_t width) {

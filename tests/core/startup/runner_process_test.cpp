@@ -2,10 +2,9 @@
 // look at the machine.
 #include <csignal>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 
 #include "process_test.h"
+#include "support/file_bytes.h"
 #include "support/kelvane_server.h"
 #include "support/machine_processes.h"
 
@@ -39,11 +38,6 @@ Json::Value RunnerConfig() {
   return config;
 }
 
-std::string HostFile(const fs::path& file) {
-  std::ifstream in(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
 class RunnerAtStart : public testing::Test {
  protected:
   RunnerAtStart() {
@@ -72,7 +66,7 @@ class RunnerAtStart : public testing::Test {
     EXPECT_THAT(machine_.ListFolder(L"C:\\"), Not(Contains(StartsWith(L"mig"))));
     for (const auto& entry : fs::recursive_directory_iterator(machine_.Folder())) {
       if (!entry.is_regular_file()) continue;
-      EXPECT_THAT(HostFile(entry.path()), Not(HasSubstr(kEasilyFoundBytes))) << entry.path();
+      EXPECT_THAT(Lab::FileBytes(entry.path()), Not(HasSubstr(kEasilyFoundBytes))) << entry.path();
     }
   }
 
@@ -147,7 +141,7 @@ TEST_F(RunnerAtStart, InputFileIsTheOneThatTheRunnerWants) {
   const AgentRun run = Run();
   EXPECT_THAT(run.allOutput, Not(HasSubstr(L"The input file of the upgrade runner is wrong")));
   const std::string log =
-      HostFile(machine_.HostPath(std::wstring(kTemp) + L"kvsMigration\\UpgradeRunner.log"));
+      Lab::FileBytes(machine_.HostPath(std::wstring(kTemp) + L"kvsMigration\\UpgradeRunner.log"));
   EXPECT_THAT(log, AllOf(HasSubstr("Phase requirements for a migration of type embedded, version "
                                    "5.5, locale en"),
                          HasSubstr("Requirements of 3 components")));

@@ -9,12 +9,11 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <sstream>
 
 #include "standins/sshd/tcp_relay.h"
+#include "support/file_bytes.h"
 
 namespace Lab {
 namespace {
@@ -57,11 +56,6 @@ class Client {
   bool connected_ = false;
 };
 
-std::string ReadFile(const std::filesystem::path& file) {
-  std::ifstream in(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), {}};
-}
-
 class SshdStandIn : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -76,11 +70,11 @@ TEST_F(SshdStandIn, SpeaksFromTheStart) {
 }
 
 TEST_F(SshdStandIn, LeavesTheHostsAccountsAlone) {
-  const std::string accounts = ReadFile("/etc/passwd"), passwords = ReadFile("/etc/shadow");
+  const std::string accounts = FileBytes("/etc/passwd"), passwords = FileBytes("/etc/shadow");
   const Sshd server(WithAQuickKey());
-  EXPECT_EQ(ReadFile("/etc/passwd"), accounts);
-  EXPECT_EQ(ReadFile("/etc/shadow"), passwords);
-  EXPECT_NE(ReadFile(server.HostPath("/etc/shadow")), passwords);
+  EXPECT_EQ(FileBytes("/etc/passwd"), accounts);
+  EXPECT_EQ(FileBytes("/etc/shadow"), passwords);
+  EXPECT_NE(FileBytes(server.HostPath("/etc/shadow")), passwords);
   EXPECT_FALSE(std::filesystem::exists(server.HostPath("/run/sshd.pid")));
 }
 
