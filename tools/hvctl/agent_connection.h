@@ -19,7 +19,9 @@ struct Endpoint {
 };
 
 struct TimeLimits {
-  std::chrono::seconds connect{10};  ///< For each of name look-up, TCP and TLS.
+  /// For each of TCP, TLS and each piece of the request; looking a name up takes as long as the
+  /// system likes.
+  std::chrono::seconds connect{10};
   /// For each silence of the agent, since an operation may run for hours. 0: no limit.
   std::chrono::seconds answer{0};
 };

@@ -1,7 +1,6 @@
 // The texts that go over the wire: a request for one operation, and what comes back.
 #pragma once
 
-#include <cstdint>
 #include <string>
 
 #include <json/value.h>

@@ -4,7 +4,6 @@
 #include <functional>
 #include <map>
 #include <string>
-#include <string_view>
 
 #include "operation_commands.h"
 

@@ -32,13 +32,12 @@ struct Options {
   MigrationSettings migration;  ///< Of kMigrate. Host and port may come from its file: they are
                                 ///< empty and 0 then, as is the thumbprint.
 
-  bool json =
-      false;  ///< Of kOperation: show the reply's document whatever a person sees otherwise.
+  bool json = false;  ///< Of kOperation: show the reply's document, not what is for a person.
   bool framed = false;
   bool raw = false;
 };
 
-/// Reads the command line. Help and version are printed here.
+/// Reads the command line. Help is printed here.
 /// \param arguments  UTF-8, without the program's name.
 /// \return Nothing when the program is to end with \p exitCode: after help, or after an error that
 ///         is already on standard error.
