@@ -31,6 +31,15 @@ class ArchiveCheck : public ArchiveToolTest {
     return HvUtilCheckResult(result, errorText_);
   }
 
+  /// The tool's command line as the log has it; empty when the tool wasn't run.
+  static std::wstring CommandLine() {
+    const std::wstring prefix = L"HvUtilLaunch: Running: ";
+    for (const LogLine& line : OwnLog()) {
+      if (line.message.starts_with(prefix)) return line.message.substr(prefix.size());
+    }
+    return {};
+  }
+
   std::wstring errorText_ = L"as before";
 };
 
@@ -73,14 +82,17 @@ TEST_F(ArchiveCheck, RunsTheToolThroughAShortLink) {
   Json::Value result;
   EXPECT_TRUE(HvUtilLaunch(L"--test \"x\"", result));
   EXPECT_EQ(result["status"], "success");
-  const std::wstring temp = GetTempDirectory();
-  std::wstring line;
-  for (const LogLine& entry : OwnLog()) {
-    if (entry.message.starts_with(L"HvUtilLaunch: Running: ")) line = entry.message;
-  }
-  EXPECT_THAT(line, StartsWith(L"HvUtilLaunch: Running: \"C:\\mig"));
-  EXPECT_THAT(line, EndsWith(L"\\PFiles\\Ostrel\\Rimsa\\python\\python.exe\" \"" + programFolder_ +
-                             L"hv_util.py\" --test \"x\" --result \"" + temp + L"hv_util.json\""));
+  EXPECT_THAT(CommandLine(), StartsWith(L"\"C:\\mig"));
+  EXPECT_THAT(CommandLine(), EndsWith(L"\\PFiles\\Ostrel\\Rimsa\\python\\python.exe\" \"" +
+                                      programFolder_ + L"hv_util.py\" --test \"x\" --result \"" +
+                                      GetTempDirectory() + L"hv_util.json\""));
+}
+
+TEST_F(ArchiveCheck, CutsTheCommandLineAndLetsTheToolComplain) {
+  Json::Value result;
+  EXPECT_FALSE(HvUtilLaunch(L"--test " + std::wstring(2'048, L'x'), result));
+  EXPECT_EQ(CommandLine().size(), 2'047u);
+  EXPECT_THAT(CommandLine(), EndsWith(L"xxx"));
 }
 
 TEST_F(ArchiveCheck, GoesOnWithTheLongPathWithoutALink) {

@@ -175,6 +175,17 @@ TEST_F(ExportZip, OperatorIsAskedUntilTheFileIsWholeOrGivenUp) {
   EXPECT_EQ(errorText_, L"Not whole.");
 }
 
+TEST_F(ExportZip, ValidationWithoutAMessageIsntToldInTheWordsOfAnEarlierFailure) {
+  AskOperators();
+  FailToZip();
+  InstallToolThatSays(R"({"status": "failed"})");
+  EXPECT_FALSE(Create("\nn\n"));
+  EXPECT_EQ(console_, kCreating + std::wstring(L"\nFailed to zip the export directory.\n") +
+                          Question() + kValidating + L"\nFailed to validate export.zip.\n" +
+                          Question() + kReturning);
+  EXPECT_EQ(errorText_, L"");
+}
+
 TEST_F(ExportZip, EndOfTheInputEndsWithTheErrorAsItStood) {
   AskOperators();
   FailToZip();
