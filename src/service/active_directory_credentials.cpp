@@ -8,7 +8,7 @@
 #include "core/property_store.h"
 #include "core/text.h"
 #include "host/unique_resource.h"
-#include "service/reply.h"
+#include "service/documents.h"
 
 namespace Halvard::MigratorSvc {
 

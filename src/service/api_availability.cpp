@@ -4,7 +4,7 @@
 #include "core/messages.h"
 #include "core/property_store.h"
 #include "core/text.h"
-#include "service/reply.h"
+#include "service/documents.h"
 
 namespace Halvard::MigratorSvc {
 

@@ -5,9 +5,9 @@
 #include "network/network_configuration.h"
 #include "service/active_directory_credentials.h"
 #include "service/async_service.h"
+#include "service/documents.h"
 #include "service/domain_members.h"
 #include "service/operation_call.h"
-#include "service/reply.h"
 
 namespace Halvard::MigratorSvc {
 namespace {

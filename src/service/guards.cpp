@@ -9,7 +9,7 @@
 #include "host/windows_api.h"
 #include "security/directory_credentials.h"
 #include "serverclient/service_thread.h"
-#include "service/reply.h"
+#include "service/documents.h"
 
 namespace Halvard::MigratorSvc {
 namespace {

@@ -5,8 +5,8 @@
 #include "core/locales.h"
 #include "core/messages.h"
 #include "service/api_availability.h"
+#include "service/documents.h"
 #include "service/guards.h"
-#include "service/reply.h"
 
 namespace Halvard::MigratorSvc {
 namespace {

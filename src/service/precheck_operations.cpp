@@ -6,9 +6,9 @@
 #include "core/text.h"
 #include "service/async_service.h"
 #include "service/custom_prechecks.h"
+#include "service/documents.h"
 #include "service/operation_call.h"
 #include "service/precheck_results.h"
-#include "service/reply.h"
 
 namespace Halvard::MigratorSvc {
 namespace {

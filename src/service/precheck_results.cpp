@@ -13,9 +13,9 @@
 #include "host/windows_api.h"
 #include "runner/preupgrade_phase.h"
 #include "serverclient/service_thread.h"
+#include "service/documents.h"
 #include "service/domain_members.h"
 #include "service/infrastructure_component.h"
-#include "service/reply.h"
 
 namespace Halvard::MigratorSvc {
 namespace {

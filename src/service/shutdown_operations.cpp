@@ -3,8 +3,8 @@
 #include "core/server_lifetime.h"
 #include "host/machine_shutdown.h"
 #include "service/async_service.h"
+#include "service/documents.h"
 #include "service/operation_call.h"
-#include "service/reply.h"
 
 namespace Halvard::MigratorSvc {
 namespace {

@@ -145,21 +145,21 @@ TEST_P(ComponentUrl, GivesPortAndDomain) {
 
 INSTANTIATE_TEST_SUITE_P(
     Urls, ComponentUrl,
-    testing::Values(TokenServiceUrl{L"https://n:7444/sts/STSService/ostrel.local", "ostrel.local",
-                                    7444},
-                    TokenServiceUrl{L"https://n/sts/STSService/ostrel.local", "ostrel.local", 443},
-                    TokenServiceUrl{L"http://n/sts/STSService/a", "a", 80},
-                    TokenServiceUrl{L"https://[2001:db8::1]:1/sts/STSService/a", "a", 1},
-                    TokenServiceUrl{L"https://n/proxy/sts/STSService/a/b?c#d", "a/b?c#d", 443},
-                    TokenServiceUrl{L"https://n/sts/STSService/", "", 443},
-                    TokenServiceUrl{L"https://n/sts/STSService/\u00e4", "\u00e4", 443},
-                    TokenServiceUrl{L"https://n/sts/STSService", nullptr, 0},
-                    TokenServiceUrl{L"https://n/STS/stsservice/ostrel.local", nullptr, 0},
-                    TokenServiceUrl{L"https://n", nullptr, 0},
-                    TokenServiceUrl{L"https://n:0/sts/STSService/a", nullptr, 0},
-                    TokenServiceUrl{L"ftp://n/sts/STSService/a", nullptr, 0},
-                    TokenServiceUrl{L"/sts/STSService/a", nullptr, 0},
-                    TokenServiceUrl{L"", nullptr, 0}));
+    testing::Values(
+        TokenServiceUrl{L"https://n:7444/sts/STSService/ostrel.local", "ostrel.local", 7444},
+        TokenServiceUrl{L"https://n/sts/STSService/ostrel.local", "ostrel.local", 443},
+        TokenServiceUrl{L"http://n/sts/STSService/a", "a", 80},
+        TokenServiceUrl{L"https://[2001:db8::1]:1/sts/STSService/a", "a", 1},
+        TokenServiceUrl{L"https://n/proxy/sts/STSService/a/b?c#d", "a/b?c#d", 443},
+        TokenServiceUrl{L"https://n/sts/STSService/a/sts/STSService/b", "a/sts/STSService/b", 443},
+        TokenServiceUrl{L"https://n/sts/STSService/", "", 443},
+        TokenServiceUrl{L"https://n/sts/STSService/\u00e4", "\u00e4", 443},
+        TokenServiceUrl{L"https://n/sts/STSService", nullptr, 0},
+        TokenServiceUrl{L"https://n/STS/stsservice/ostrel.local", nullptr, 0},
+        TokenServiceUrl{L"https://n", nullptr, 0},
+        TokenServiceUrl{L"https://n:0/sts/STSService/a", nullptr, 0},
+        TokenServiceUrl{L"ftp://n/sts/STSService/a", nullptr, 0},
+        TokenServiceUrl{L"/sts/STSService/a", nullptr, 0}, TokenServiceUrl{L"", nullptr, 0}));
 
 }  // namespace
 }  // namespace Halvard::MigratorSvc

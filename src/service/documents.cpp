@@ -1,4 +1,4 @@
-#include "service/reply.h"
+#include "service/documents.h"
 
 #include "core/text.h"
 #include "core/version.h"
