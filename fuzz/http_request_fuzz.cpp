@@ -1,7 +1,6 @@
 // Any bytes on a connection end in an answer or in silence, and the next request is served. Where
 // the bytes are cut makes no difference to what is read.
 #include <algorithm>
-#include <array>
 #include <boost/asio/read.hpp>
 #include <boost/asio/write.hpp>
 #include <boost/log/core.hpp>

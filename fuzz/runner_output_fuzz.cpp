@@ -4,7 +4,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <string_view>
 
 #include "core/json_documents.h"
 #include "core/property_store.h"

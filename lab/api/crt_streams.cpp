@@ -7,7 +7,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <mutex>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>

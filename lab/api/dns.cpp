@@ -2,7 +2,6 @@
 #include <cstddef>
 #include <cstring>
 #include <cwchar>
-#include <memory>
 #include <new>
 #include <string>
 

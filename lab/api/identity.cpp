@@ -1,8 +1,6 @@
-#include <cstdlib>
 #include <cstring>
 #include <new>
 #include <string>
-#include <utility>
 
 #include "api/failure.h"
 #include "files/security_ids.h"

@@ -1,7 +1,4 @@
 // Addresses of names.
-#include <cstring>
-#include <new>
-
 #include "machine/call.h"
 #include "network/name_resolver.h"
 #include "network/socket_state.h"

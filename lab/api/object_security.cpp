@@ -1,7 +1,6 @@
 // Descriptors of folders and of objects to come, and masks of rights.
 #include <cstring>
 #include <new>
-#include <string>
 #include <vector>
 
 #include "api/failure.h"

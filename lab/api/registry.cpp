@@ -1,6 +1,5 @@
 #include "winreg.h"
 
-#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <string>

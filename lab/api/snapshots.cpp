@@ -1,5 +1,4 @@
 // Snapshots of threads and modules, and handles on threads.
-#include <algorithm>
 #include <cstddef>
 #include <iterator>
 #include <memory>

@@ -4,7 +4,6 @@
 #include <glib-object.h>
 
 #include <memory>
-#include <stdexcept>
 #include <string>
 
 namespace Lab {

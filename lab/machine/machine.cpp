@@ -4,7 +4,6 @@
 #include <cstdlib>
 #include <memory>
 #include <mutex>
-#include <utility>
 #include <vector>
 
 #include "machine/reg_file.h"

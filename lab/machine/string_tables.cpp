@@ -1,7 +1,6 @@
 #include "machine/string_tables.h"
 
 #include <map>
-#include <utility>
 
 namespace Lab {
 namespace {

@@ -2,7 +2,6 @@
 
 #include <fstream>
 #include <sstream>
-#include <string_view>
 
 #include "machine/machine.h"
 #include "machine/text.h"

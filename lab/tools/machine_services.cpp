@@ -1,7 +1,6 @@
 #include "machine_services.h"
 
 #include <cstdio>
-#include <functional>
 
 #include "machine/machine.h"
 #include "machine/text.h"

@@ -1,7 +1,6 @@
 #include "host/services.h"
 
 #include <algorithm>
-#include <new>
 #include <utility>
 
 #include "core/logging.h"

@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <memory>
 #include <new>
-#include <string>
 
 #include "core/logging.h"
 #include "host/system_text.h"

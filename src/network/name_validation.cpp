@@ -1,6 +1,5 @@
 #include "network/name_validation.h"
 
-#include <algorithm>
 #include <string_view>
 
 #include "core/logging.h"

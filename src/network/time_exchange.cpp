@@ -1,6 +1,5 @@
 #include "network/time_exchange.h"
 
-#include <algorithm>
 #include <array>
 #include <optional>
 

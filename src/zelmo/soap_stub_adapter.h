@@ -38,7 +38,7 @@ class CallResults {
 };
 
 /// One connection's calls, one after the other, and the session that a login has opened on it.
-class SoapStubAdapter : public std::enable_shared_from_this<SoapStubAdapter> {
+class SoapStubAdapter {
  public:
   SoapStubAdapter(std::shared_ptr<Tunrak::Http::UserAgent> userAgent, std::string path,
                   const Version* version, const Tunrak::Service::Logger* logger);

@@ -1,7 +1,6 @@
 // The types of managed objects, and the versions of the interfaces that they belong to.
 #pragma once
 
-#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>

@@ -1,7 +1,6 @@
 #include "known_agents.h"
 
 #include <fstream>
-#include <string_view>
 #include <vector>
 
 #include "failure.h"

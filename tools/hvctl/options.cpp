@@ -1,6 +1,5 @@
 #include "options.h"
 
-#include <algorithm>
 #include <chrono>
 
 #include <CLI/CLI.hpp>

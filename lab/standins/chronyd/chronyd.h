@@ -4,7 +4,6 @@
 #include <sys/types.h>
 
 #include <cstdint>
-#include <filesystem>
 #include <string>
 
 #include "standins/host_server/scratch_folder.h"

@@ -14,7 +14,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <tuple>

@@ -1,7 +1,6 @@
 // Walking the inventory along the traversals of a filter.
 #pragma once
 
-#include <cstdint>
 #include <deque>
 #include <map>
 #include <optional>

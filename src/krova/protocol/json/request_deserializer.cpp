@@ -1,7 +1,6 @@
 #include "krova/protocol/json/request_deserializer.h"
 
 #include <optional>
-#include <string>
 #include <utility>
 
 #include "krova/data/message_value.h"
