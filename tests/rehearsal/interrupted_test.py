@@ -135,7 +135,9 @@ class WhileItServes(Interrupted):
         self.assertTrue(self.says_that_it_ends())
         self.assertEqual(bool(runners), phase in phases.WITH_RUNNER)
         self.assertEqual(self.state(), (False, [], runners, links, file))
-        self.assertEqual(set(self.machine.processes()), set(scenario.runners()))
+        # Their keepers end on the agent's end, and are still there for a moment.
+        phases.wait_until(lambda: set(self.machine.processes()) == set(scenario.runners()),
+                          'nobody but runners')
 
     def test_ctrl_c_between_requests(self):
         self.interrupt('serving', CTRL_C)

@@ -17,6 +17,11 @@ import wine_machine
 from wine_machine import (AGENT, CLIENT, CONSOLE_PROBE, PROCESS_PROBE, SCRIPTED_AGENT, WHOLE_AGENT,
                           Machine, language)
 
+TREE = Path(__file__).resolve().parents[2]
+sys.path.insert(0, str(TREE / 'tools' / 'rehearsal'))
+
+from processes import free_port  # noqa: E402
+
 SKIPPED = 77  # what CTest takes for a test that chose not to run
 FAILURE = 255  # -1, of which a host process keeps the lower byte
 KELVANE_PRODUCT = '{5C0F4E0B-7B3A-4F0B-9C57-2A6E6D1F5501}'
@@ -379,12 +384,6 @@ def interface_of(address: str) -> tuple:
             if entry['local'] == address:
                 return link, entry['prefixlen']
     raise AssertionError(f'no interface has {address}')
-
-
-def free_port() -> int:
-    with socket.socket() as probe:
-        probe.bind(('', 0))
-        return probe.getsockname()[1]
 
 
 class Server(WineTest):

@@ -1,7 +1,9 @@
 """Programs that a rehearsal runs: servers of the lab, the agent, the client."""
 
+import itertools
 import json
 import os
+import random
 import signal
 import socket
 import subprocess
@@ -127,34 +129,42 @@ class TerminalRun:
         self._process.wait()
 
 
-def bound_port(port):
-    """The port, or for 0 any, if it can be had in both families. OSError if not."""
+# Below those that the system gives to whoever connects (ip(7), ip_local_port_range).
+PORTS = range(20000, 30000)
+
+
+def is_free(port):
+    """If it can be had in both families."""
     family, address = ((socket.AF_INET6, '::') if socket.has_dualstack_ipv6()
                        else (socket.AF_INET, ''))
     with socket.socket(family) as probe:
-        probe.bind((address, port))
-        return probe.getsockname()[1]
+        try:
+            probe.bind((address, port))
+        except OSError:
+            return False
+        return True
+
+
+def free_port():
+    """Any that nobody has."""
+    while not is_free(port := random.choice(PORTS)):
+        pass
+    return port
 
 
 def taken_ports(first):
     """The ports from this one on that somebody has, up to the first that nobody has. The agent's own
     look at the system finds listeners of IPv4 alone."""
-    taken = []
-    while True:
-        try:
-            bound_port(first + len(taken))
-            return taken
-        except OSError:
-            taken.append(first + len(taken))
+    return list(itertools.takewhile(lambda port: not is_free(port), itertools.count(first)))
 
 
 class Agent:
-    """The agent on a machine of the lab: with its passwords on the command line and on a port of the
-    system's choice, or at the terminal, where it asks for the one and looks for the other itself."""
+    """The agent on a machine of the lab: with its passwords on the command line and on any free
+    port, or at the terminal, where it asks for the one and looks for the other itself."""
 
     def __init__(self, world, password=None, at_terminal=False):
         arguments = [] if at_terminal else ['--admin_password', password or world.password,
-                                            '--hv_port', str(bound_port(0))]
+                                            '--hv_port', str(free_port())]
         command = world.machine.agent_command(*arguments)
         environment = world.machine.agent_environment
         self._machine = world.machine

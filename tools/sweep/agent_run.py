@@ -9,7 +9,7 @@ import threading
 import time
 
 # pylint: disable=import-error
-from processes import bound_port
+from processes import free_port
 
 STEP_SECONDS = 0.005
 # From the line that says so, until the status file has to be there.
@@ -52,7 +52,7 @@ class AgentRun:
         self._waiting_text = world.messages.text(1021)
         self._output = world.machine.folder.parent / f'{world.machine.folder.name}.out'
         self._errors = world.machine.folder.parent / f'{world.machine.folder.name}.err'
-        self.port = None if answers else bound_port(0)
+        self.port = None if answers else free_port()
         command = [str(world.programs / 'halvard'), *arguments]
         if self.port:
             command += ['--hv_port', str(self.port)]
