@@ -4,7 +4,7 @@
 # name of one can come to mean another's there. CMake's own unity builds name their sources by whole
 # paths, which the compiler's cache doesn't find again in another checkout.
 option(HALVARD_JOIN_SOURCES "Compile sources of tests and lab several at a time" OFF)
-set(HALVARD_JOINED_AT_ONCE 6)
+set(HALVARD_JOINED_AT_ONCE 12)
 
 # halvard_join_sources(TARGET): all but sources with definitions of their own and those that are told to
 # stay alone, by the property that CMake has for that.
