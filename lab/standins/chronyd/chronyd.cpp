@@ -2,9 +2,7 @@
 
 #include <poll.h>
 #include <pwd.h>
-#include <signal.h>
 #include <sys/socket.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
@@ -77,10 +75,7 @@ Chronyd::Chronyd() : folder_("chronyd") {
   throw std::runtime_error(std::string(Program()) + ": " + folder_.Read("output"));
 }
 
-Chronyd::~Chronyd() {
-  kill(process_, SIGKILL);
-  waitpid(process_, nullptr, 0);
-}
+Chronyd::~Chronyd() { EndChild(process_); }
 
 std::string Chronyd::Address() const { return "127.0.0.1:" + std::to_string(port_); }
 
@@ -95,10 +90,7 @@ bool Chronyd::StartOnSomePort() {
   process_ =
       StartChild({Program(), "-d", "-x", "-U", "-u", OwnUser(), "-f", folder_ / "chrony.conf"},
                  folder_ / "output");
-  while (waitpid(process_, nullptr, WNOHANG) == 0) {
-    if (Answers(port_)) return true;
-  }
-  return false;
+  return AwaitReady(process_, [this] { return Answers(port_); });
 }
 
 }  // namespace Lab

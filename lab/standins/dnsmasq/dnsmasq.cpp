@@ -1,13 +1,8 @@
 #include "standins/dnsmasq/dnsmasq.h"
 
-#include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <chrono>
+#include <filesystem>
 #include <fstream>
 #include <stdexcept>
-#include <thread>
 
 #include "standins/host_server/child_process.h"
 #include "standins/host_server/loopback_port.h"
@@ -41,12 +36,7 @@ std::string Dnsmasq::Address() const { return "127.0.0.1:" + std::to_string(port
 
 std::string Dnsmasq::Ipv6Address() const { return "[::1]:" + std::to_string(port_); }
 
-void Dnsmasq::Stop() {
-  if (process_ <= 0) return;
-  kill(process_, SIGKILL);
-  waitpid(process_, nullptr, 0);
-  process_ = -1;
-}
+void Dnsmasq::Stop() { EndChild(process_); }
 
 bool Dnsmasq::StartOnSomePort(const Settings& settings) {
   // Who has the port for UDP makes the start fail.
@@ -67,12 +57,7 @@ bool Dnsmasq::StartOnSomePort(const Settings& settings) {
     command.push_back("--cname=" + alias.name + "," + alias.target);
   }
   process_ = StartChild(command, folder_ / "output");
-  while (waitpid(process_, nullptr, WNOHANG) == 0) {
-    if (ListensOnLoopback(port_)) return true;
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
-  }
-  process_ = -1;
-  return false;
+  return AwaitReady(process_, [this] { return ListensOnLoopback(port_); });
 }
 
 }  // namespace Lab

@@ -6,9 +6,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
+#include <thread>
 
 namespace Lab {
 
@@ -29,6 +31,22 @@ pid_t StartChild(const std::vector<std::string>& command, const std::filesystem:
   if (dup2(nothing, 0) < 0 || dup2(file, 1) < 0 || dup2(file, 2) < 0) _exit(127);
   execv(arguments.front(), arguments.data());
   _exit(127);
+}
+
+bool AwaitReady(pid_t& process, const std::function<bool()>& isReady) {
+  while (waitpid(process, nullptr, WNOHANG) == 0) {
+    if (isReady()) return true;
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+  process = -1;
+  return false;
+}
+
+void EndChild(pid_t& process) {
+  if (process <= 0) return;
+  kill(process, SIGKILL);
+  waitpid(process, nullptr, 0);
+  process = -1;
 }
 
 void RunChild(const std::vector<std::string>& command, const std::filesystem::path& output) {

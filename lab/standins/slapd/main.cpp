@@ -1,12 +1,9 @@
 // lab-slapd: a directory of Single Sign-On for programs that aren't C++.
-#include <json/writer.h>
-#include <unistd.h>
-
-#include <cstdio>
 #include <optional>
 #include <stdexcept>
 #include <string>
 
+#include "standins/host_server/announcement.h"
 #include "standins/host_server/program.h"
 #include "standins/host_server/program_end.h"
 #include "standins/slapd/slapd.h"
@@ -36,25 +33,14 @@ void AddOptions(Lab::Program& program, Options& options) {
                "End when standard input ends as well, so that nobody leaves it behind");
 }
 
-void Announce(const Lab::Slapd& server, const Options& options) {
-  const std::string address = server.Address();
-  Json::Value line;
-  line["address"] = address;
-  line["port"] = std::stoi(address.substr(address.rfind(':') + 1));
-  line["user"] = options.user.name + "@" + options.domain;
-  line["pid"] = getpid();
-  Json::StreamWriterBuilder builder;
-  builder["indentation"] = "";
-  std::printf("%s\n", Json::writeString(builder, line).c_str());
-  std::fflush(stdout);
-}
-
 void Run(const Options& options) {
   if (!Lab::Slapd::Installed()) throw std::runtime_error("Debian's package slapd isn't installed");
   const Lab::Slapd server(
       {.domain = options.domain, .users = {options.user}, .version = options.version});
   const Lab::ProgramEnd end;
-  Announce(server, options);
+  Json::Value user;
+  user["user"] = options.user.name + "@" + options.domain;
+  Lab::Announce(server.Address(), user);
   end.Wait(options.untilInputEnds);
 }
 

@@ -1,12 +1,8 @@
 #include "standins/slapd/slapd.h"
 
-#include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <chrono>
+#include <filesystem>
+#include <sstream>
 #include <stdexcept>
-#include <thread>
 
 #include "standins/host_server/child_process.h"
 #include "standins/host_server/loopback_port.h"
@@ -102,12 +98,7 @@ Slapd::~Slapd() { Stop(); }
 
 std::string Slapd::Address() const { return "127.0.0.1:" + std::to_string(port_); }
 
-void Slapd::Stop() {
-  if (process_ <= 0) return;
-  kill(process_, SIGKILL);
-  waitpid(process_, nullptr, 0);
-  process_ = -1;
-}
+void Slapd::Stop() { EndChild(process_); }
 
 void Slapd::WriteConfiguration(const Settings& settings) const {
   std::filesystem::create_directory(folder_ / "database");
@@ -128,12 +119,7 @@ bool Slapd::StartOnSomePort() {
       {kServer, "-d", "0", "-f", folder_ / "slapd.conf", "-h", "ldaps://" + Address() + "/"},
       folder_ / "output");
   // It has no way to say that it listens but to do so.
-  while (waitpid(process_, nullptr, WNOHANG) == 0) {
-    if (ListensOnLoopback(port_)) return true;
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
-  }
-  process_ = -1;
-  return false;
+  return AwaitReady(process_, [this] { return ListensOnLoopback(port_); });
 }
 
 }  // namespace Lab

@@ -1,11 +1,9 @@
 // lab-sshd: an appliance of the lab for programs that aren't C++.
-#include <json/writer.h>
-#include <unistd.h>
-
-#include <cstdio>
 #include <memory>
+#include <stdexcept>
 #include <string>
 
+#include "standins/host_server/announcement.h"
 #include "standins/host_server/program.h"
 #include "standins/host_server/program_end.h"
 #include "standins/sshd/sshd.h"
@@ -46,21 +44,15 @@ bool HasLimits(const Lab::TcpRelay::Limits& limits) {
   return limits.closeAfter || limits.silentAfter || limits.bytesPerSecond;
 }
 
-void Announce(const Lab::Sshd& server, const Options& options, const std::string& address) {
-  Json::Value line;
-  line["address"] = address;
-  line["port"] = std::stoi(address.substr(address.rfind(':') + 1));
-  line["user"] = options.settings.user;
+Json::Value FactsOf(const Lab::Sshd& server, const Options& options) {
+  Json::Value facts;
+  facts["user"] = options.settings.user;
   for (const std::string& type : options.settings.hostKeys) {
-    line["thumbprints"][type] = server.Thumbprint(type);
+    facts["thumbprints"][type] = server.Thumbprint(type);
   }
-  line["folder"] = server.Folder();
-  line["root"] = server.HostPath("").string();
-  line["pid"] = getpid();
-  Json::StreamWriterBuilder builder;
-  builder["indentation"] = "";
-  std::printf("%s\n", Json::writeString(builder, line).c_str());
-  std::fflush(stdout);
+  facts["folder"] = server.Folder();
+  facts["root"] = server.HostPath("").string();
+  return facts;
 }
 
 void Run(const Options& options) {
@@ -74,7 +66,7 @@ void Run(const Options& options) {
   if (HasLimits(options.limits)) {
     relay = std::make_unique<Lab::TcpRelay>(server.Address(), options.limits);
   }
-  Announce(server, options, relay ? relay->Address() : server.Address());
+  Lab::Announce(relay ? relay->Address() : server.Address(), FactsOf(server, options));
   end.Wait(options.untilInputEnds);
 }
 

@@ -4,10 +4,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <fstream>
 #include <stdexcept>
-#include <thread>
 
 #include "standins/host_server/child_process.h"
 #include "standins/host_server/loopback_port.h"
@@ -135,12 +133,7 @@ bool Sshd::StartOnSomePort() {
   WriteConfiguration();
   process_ = StartChild(Apart({"/bin/sh", folder_ / "start", folder_.Path()}), folder_ / "output");
   const std::string listening = "Server listening on 127.0.0.1 port";
-  while (waitpid(process_, nullptr, WNOHANG) == 0) {
-    if (Log().find(listening) != std::string::npos) return true;
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
-  }
-  process_ = -1;
-  return false;
+  return AwaitReady(process_, [&] { return Log().find(listening) != std::string::npos; });
 }
 
 std::string Sshd::InsideProcess() const {
