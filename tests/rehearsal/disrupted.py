@@ -34,11 +34,6 @@ WHOLE = 'whole all the same'
 UNDISTURBED = 'whole before the moment came'
 
 
-class StartedAgent(Agent):
-    def signal(self, number):
-        self._run.signal(number)
-
-
 class DisruptedMigration:
     def __init__(self, seed):
         self.disruption = Disruption(seed)
@@ -65,7 +60,7 @@ class DisruptedMigration:
 
     def run_disrupted(self):
         world = self.world
-        world.agent = StartedAgent(world)
+        world.agent = Agent(world)
         saboteur = Saboteur(world, self.disruption)
         saboteur.start()
         try:
@@ -126,7 +121,7 @@ class DisruptedMigration:
         else:
             self.end_agent()
             self.clear_up()
-            world.agent = StartedAgent(world)
+            world.agent = Agent(world)
             status = self.status = world.agent.wait_until_it_serves()
             again = False
         # By the same way: a client knows by it whether it has begun an export there.

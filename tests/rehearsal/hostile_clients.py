@@ -11,6 +11,7 @@ import json
 import os
 import random
 import resource
+import signal
 import subprocess
 import sys
 import threading
@@ -233,7 +234,7 @@ def crowd_in(siege, any_memory):
 
 
 def end_well(scenario):
-    scenario.agent.signal(phases.signal.SIGINT)
+    scenario.agent.signal(signal.SIGINT)
     if scenario.agent.wait() != 0:
         raise AssertionError('the agent doesn\'t end well')
 

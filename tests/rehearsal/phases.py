@@ -151,10 +151,7 @@ class PromptedAgent:
 
 
 class StartedAgent(processes.Agent):
-    """The agent with its password on the command line."""
-
-    def signal(self, number):
-        os.kill(self.pid, number)
+    """The agent with its password on the command line, and killed at the end of its scenario."""
 
     def close(self):
         self.kill()

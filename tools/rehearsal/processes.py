@@ -16,95 +16,11 @@ PATIENCE_SECONDS = 120
 CLOSE_SECONDS = 5
 
 
-class StandIn:
-    """A server of the lab, which prints one line of JSON on its start and ends with its input."""
+class Started:
+    """A process that was started."""
 
-    def __init__(self, program, arguments):
-        self._process = subprocess.Popen(
-            [str(program), *arguments, '--until-input-ends'], stdin=subprocess.PIPE,
-            stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, start_new_session=True)
-        line = self._process.stdout.readline()
-        if not line:
-            raise StepFailed(self._process.stderr.read().strip() or f'{program} has ended')
-        self.facts = json.loads(line)
-
-    @property
-    def pid(self):
-        return self._process.pid
-
-    def has_ended(self):
-        return self._process.poll() is not None
-
-    def end(self):
-        self._process.stdin.close()
-        try:
-            self._process.wait(PATIENCE_SECONDS)
-        except subprocess.TimeoutExpired:
-            self._process.kill()
-            self._process.wait()
-        self._process.stdout.close()
-        self._process.stderr.close()
-
-
-class Run:
-    """A program whose output is shown line by line while it runs, and kept."""
-
-    def __init__(self, command, environment, narrator, prefix):
-        self._narrator = narrator
-        self._prefix = prefix
-        self._lines = []
-        # Keys at the terminal are for the rehearsal; it ends its programs itself.
-        self._process = subprocess.Popen(
-            command, env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-            stderr=subprocess.STDOUT, text=True, encoding='utf-8', errors='replace',
-            start_new_session=True)
-        self._reader = threading.Thread(target=self._read)
-        self._reader.start()
-
-    @property
-    def pid(self):
-        return self._process.pid
-
-    @property
-    def output(self):
-        return ''.join(self._lines)
-
-    def has_ended(self):
-        return self._process.poll() is not None
-
-    def signal(self, number):
-        if not self.has_ended():
-            self._process.send_signal(number)
-
-    def wait(self, seconds=None):
-        """The exit code, once all output is shown. Raises StepFailed after the seconds."""
-        try:
-            self._process.wait(seconds)
-        except subprocess.TimeoutExpired as late:
-            raise StepFailed(f'{self._process.args[0]} runs on after {seconds} s') from late
-        self._reader.join()
-        return self._process.returncode
-
-    def kill(self):
-        if not self.has_ended():
-            self._process.kill()
-        self._process.wait()
-        self._reader.join()
-
-    def _read(self):
-        for line in self._process.stdout:
-            self._lines.append(line)
-            self._narrator.line(self._prefix + line.rstrip('\n'))
-        self._process.stdout.close()
-
-
-class TerminalRun:
-    """A program at the rehearsal's own terminal, for a person to talk to."""
-
-    output = None  # nobody but the person sees it
-
-    def __init__(self, command, environment):
-        self._process = subprocess.Popen(command, env=environment)
+    def __init__(self, process):
+        self._process = process
 
     @property
     def pid(self):
@@ -118,6 +34,7 @@ class TerminalRun:
             self._process.send_signal(number)
 
     def wait(self, seconds=None):
+        """The exit code. Raises StepFailed after the seconds."""
         try:
             return self._process.wait(seconds)
         except subprocess.TimeoutExpired as late:
@@ -127,6 +44,73 @@ class TerminalRun:
         if not self.has_ended():
             self._process.kill()
         self._process.wait()
+
+
+class StandIn(Started):
+    """A server of the lab, which prints one line of JSON on its start and ends with its input."""
+
+    def __init__(self, program, arguments):
+        super().__init__(subprocess.Popen(
+            [str(program), *arguments, '--until-input-ends'], stdin=subprocess.PIPE,
+            stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, start_new_session=True))
+        line = self._process.stdout.readline()
+        if not line:
+            raise StepFailed(self._process.stderr.read().strip() or f'{program} has ended')
+        self.facts = json.loads(line)
+
+    def end(self):
+        self._process.stdin.close()
+        try:
+            self.wait(PATIENCE_SECONDS)
+        except StepFailed:
+            self.kill()
+        self._process.stdout.close()
+        self._process.stderr.close()
+
+
+class Run(Started):
+    """A program whose output is shown line by line while it runs, and kept."""
+
+    def __init__(self, command, environment, narrator, prefix):
+        self._narrator = narrator
+        self._prefix = prefix
+        self._lines = []
+        # Keys at the terminal are for the rehearsal; it ends its programs itself.
+        super().__init__(subprocess.Popen(
+            command, env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+            stderr=subprocess.STDOUT, text=True, encoding='utf-8', errors='replace',
+            start_new_session=True))
+        self._reader = threading.Thread(target=self._read)
+        self._reader.start()
+
+    @property
+    def output(self):
+        return ''.join(self._lines)
+
+    def wait(self, seconds=None):
+        """The exit code, once all output is shown. Raises StepFailed after the seconds."""
+        code = super().wait(seconds)
+        self._reader.join()
+        return code
+
+    def kill(self):
+        super().kill()
+        self._reader.join()
+
+    def _read(self):
+        for line in self._process.stdout:
+            self._lines.append(line)
+            self._narrator.line(self._prefix + line.rstrip('\n'))
+        self._process.stdout.close()
+
+
+class TerminalRun(Started):
+    """A program at the rehearsal's own terminal, for a person to talk to."""
+
+    output = None  # nobody but the person sees it
+
+    def __init__(self, command, environment):
+        super().__init__(subprocess.Popen(command, env=environment))
 
 
 # Below those that the system gives to whoever connects (ip(7), ip_local_port_range).
@@ -198,9 +182,12 @@ class Agent:
     def wait(self, seconds=PATIENCE_SECONDS):
         return self._run.wait(seconds)
 
+    def signal(self, number):
+        self._run.signal(number)
+
     def end(self):
         """Ctrl+C of its operator. Returns the exit code."""
-        self._run.signal(signal.SIGINT)
+        self.signal(signal.SIGINT)
         return self.wait()
 
     def has_ended(self):
@@ -211,7 +198,7 @@ class Agent:
 
     def close(self):
         """Ends an agent that still runs, whatever state it is in."""
-        self._run.signal(signal.SIGINT)
+        self.signal(signal.SIGINT)
         try:
             self._run.wait(CLOSE_SECONDS)
         except StepFailed:
