@@ -40,10 +40,10 @@ def read_causes(text: str) -> Dict[int, Tuple[str, str]]:
     causes: Dict[int, Tuple[str, str]] = {}
     for number, cause, remedy in CAUSE.findall(body):
         if int(number) in causes:
-            raise ValueError(f'{number} has two causes')
+            raise ValueError(f'{CAUSES} has two causes of {number}')
         causes[int(number)] = (cause, remedy)
     if 2 * len(causes) != body.count('\n'):
-        raise ValueError('a line is neither "ID CAUSE" nor its indented remedy')
+        raise ValueError(f'a line of {CAUSES} is neither "ID CAUSE" nor its indented remedy')
     return causes
 
 
@@ -53,9 +53,11 @@ def cell(text: str) -> str:
 
 def page(script: str, causes_text: str) -> str:
     messages, causes = read_messages(script), read_causes(causes_text)
-    if messages.keys() != causes.keys():
-        odd = ', '.join(map(str, sorted(messages.keys() ^ causes.keys())))
-        raise ValueError(f'a message lacks a cause, or a cause its message: {odd}')
+    if lacking := sorted(messages.keys() - causes.keys()):
+        raise ValueError(f'{CAUSES} tells no cause of {", ".join(map(str, lacking))}')
+    if unknown := sorted(causes.keys() - messages.keys()):
+        raise ValueError(f'{CAUSES} tells of messages that {SCRIPT} lacks: '
+                         f'{", ".join(map(str, unknown))}')
     rows = (f'| {number} | {cell(text)} | {cell(causes[number][0])} | '
             f'{cell("" if causes[number][1] == "-" else causes[number][1])} |\n'
             for number, text in sorted(messages.items()))

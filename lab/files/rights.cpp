@@ -2,6 +2,9 @@
 
 #include <sys/xattr.h>
 
+#include <cstdint>
+#include <vector>
+
 #include "machine/call.h"
 #include "machine/machine.h"
 #include "machine/text.h"

@@ -1,11 +1,11 @@
 #include "network/adapter_snapshot.h"
 
 #include <cstddef>
-#include <memory>
 #include <mutex>
 #include <new>
 
 #include "core/logging.h"
+#include "network/adapter_buffer.h"
 
 namespace Halvard::Network {
 namespace {
@@ -13,16 +13,9 @@ namespace {
 constexpr ULONG kAdapterFlags = GAA_FLAG_SKIP_ANYCAST | GAA_FLAG_SKIP_MULTICAST |
                                 GAA_FLAG_INCLUDE_PREFIX | GAA_FLAG_INCLUDE_GATEWAYS;
 
-// The records point into one buffer, which is freed as a whole.
-using AdapterBuffer = std::unique_ptr<std::byte[]>;
-
 std::mutex gSnapshotMutex;
 int gSnapshotHandles = 0;
 AdapterBuffer gSnapshot;
-
-IP_ADAPTER_ADDRESSES* AsList(const AdapterBuffer& buffer) {
-  return reinterpret_cast<IP_ADAPTER_ADDRESSES*>(buffer.get());
-}
 
 /// \return Null after a failure, which is logged here.
 AdapterBuffer FetchAdapters() {

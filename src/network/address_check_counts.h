@@ -12,6 +12,14 @@ struct AddressCheckCounts {
   std::uint32_t dhcp = 0;        ///< Of those, on an adapter with DHCP.
   bool primaryOnSystem = false;  ///< The first address of the answer is on this machine,
   bool loopback = false;         ///< and it's a loopback address.
+
+  void Add(const AddressCheckCounts& found) {
+    total += found.total;
+    onSystem += found.onSystem;
+    dhcp += found.dhcp;
+    primaryOnSystem = primaryOnSystem || found.primaryOnSystem;
+    loopback = loopback || found.loopback;
+  }
 };
 
 }  // namespace Halvard::Network

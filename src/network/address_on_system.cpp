@@ -2,10 +2,10 @@
 
 #include <cstddef>
 #include <cstring>
-#include <memory>
 #include <new>
 
 #include "core/logging.h"
+#include "network/adapter_buffer.h"
 #include "network/loopback.h"
 
 namespace Halvard::Network {
@@ -14,15 +14,8 @@ namespace {
 constexpr ULONG kFlags = GAA_FLAG_SKIP_ANYCAST | GAA_FLAG_SKIP_MULTICAST | GAA_FLAG_SKIP_DNS_SERVER;
 constexpr ULONG kFirstSize = 16'384;
 
-// The records point into one buffer, which is freed as a whole.
-using AdapterBuffer = std::unique_ptr<std::byte[]>;
-
 AdapterBuffer AllocateZeroed(ULONG size) {
   return AdapterBuffer(new (std::nothrow) std::byte[size]());
-}
-
-IP_ADAPTER_ADDRESSES* AsList(const AdapterBuffer& buffer) {
-  return reinterpret_cast<IP_ADAPTER_ADDRESSES*>(buffer.get());
 }
 
 /// \return The adapters of one family; null after a failure, which is logged here.

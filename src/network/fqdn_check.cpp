@@ -111,12 +111,7 @@ bool IsFQDN(const std::wstring& name, bool ipv4, AddressCheckCounts* counts) {
   const AddressCheckCounts found = CountRecords(list, ipv4);
   log.Info(L"IsFQDN: FQDN check says %u of %u IPv%d addresses are on the system (primary is %ws)",
            found.onSystem, found.total, version, found.primaryOnSystem ? L"okay" : L"invalid");
-  if (counts != nullptr) {
-    counts->total += found.total;
-    counts->onSystem += found.onSystem;
-    counts->dhcp += found.dhcp;
-    counts->primaryOnSystem = counts->primaryOnSystem || found.primaryOnSystem;
-  }
+  if (counts != nullptr) counts->Add(found);
   return true;
 }
 

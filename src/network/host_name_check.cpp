@@ -85,14 +85,6 @@ void Report(const Check& check, const AddressCheckCounts& found) {
   }
 }
 
-void Add(const AddressCheckCounts& found, AddressCheckCounts& counts) {
-  counts.total += found.total;
-  counts.onSystem += found.onSystem;
-  counts.dhcp += found.dhcp;
-  counts.primaryOnSystem = counts.primaryOnSystem || found.primaryOnSystem;
-  counts.loopback = counts.loopback || found.loopback;
-}
-
 }  // namespace
 
 bool CheckHostNameOrAddr(const std::wstring& name, bool addressOnly, bool ipv4,
@@ -118,7 +110,7 @@ bool CheckHostNameOrAddr(const std::wstring& name, bool addressOnly, bool ipv4,
            found.primaryOnSystem ? L"okay" : L"invalid");
   if (!CheckNumber(check, found.total)) return false;
   Report(check, found);
-  if (counts != nullptr) Add(found, *counts);
+  if (counts != nullptr) counts->Add(found);
   return true;
 }
 

@@ -1,5 +1,7 @@
 """A migration in which something goes wrong: it has to end as it should."""
 
+import contextlib
+
 import checks
 import installer
 import whole_migration
@@ -28,16 +30,13 @@ def run_failing_start(world, fault):
     narrator = world.narrator
     fault.spoil(world)
     narrator.step(f'Starting the agent, which has to fail: {fault.summary}')
-    agent = Agent(world, fault.agent_password)
-    try:
+    with contextlib.closing(Agent(world, fault.agent_password)) as agent:
         narrator.check('end of the agent', checks.agent_ended, agent, FAILURE)
         narrator.check('console', console_shows, world, fault, agent.console)
         narrator.check('status file', status_tells, world, fault)
         narrator.check('end of the old machine', checks.machine_stays_up, world)
         narrator.check('nothing left behind', checks.nothing_left_behind, world)
         narrator.check('no password anywhere', checks.no_password_anywhere, world, agent.console)
-    finally:
-        agent.close()
 
 
 def console_shows(world, fault, console):
@@ -66,11 +65,7 @@ def status_tells(world, fault):
 
 def run_failing_migration(world, fault):
     narrator = world.narrator
-    narrator.step('Starting the agent')
-    agent = Agent(world)
-    try:
-        with narrator.timed('start the agent'):
-            status = agent.wait_until_it_serves()
+    with whole_migration.serving_agent(world) as (agent, status):
         narrator.step(f'Migrating, which has to fail: {fault.summary}')
         code, output = installer.migrate(world, status, fault.thumbprint, fault.ssh_password,
                                          fault.answers)
@@ -88,8 +83,6 @@ def run_failing_migration(world, fault):
         narrator.check('nothing left behind', checks.nothing_left_behind, world)
         narrator.check('no password anywhere', checks.no_password_anywhere, world, agent.console,
                        output)
-    finally:
-        agent.close()
 
 
 def client_tells(world, fault, code, output):
@@ -120,29 +113,20 @@ def finish(world, fault, status, agent, first_output):
 
 def run_incident(world, incident):
     whole_migration.start_surroundings(world)
-    world.narrator.step('Starting the agent')
-    agent = Agent(world)
-    try:
-        with world.narrator.timed('start the agent'):
-            status = agent.wait_until_it_serves()
+    with whole_migration.serving_agent(world) as (agent, status):
         world.narrator.step(incident.summary.capitalize())
         if incident.name == 'second-instance':
             start_second(world)
+            migrate_all_the_same(world, agent, status, incident)
         else:
-            agent, status = start_again(world, agent)
-        migrate_all_the_same(world, agent, status, incident)
-    finally:
-        agent.close()
+            kill_and_start_again(world, agent, incident)
 
 
 def start_second(world):
-    second = Agent(world)
-    try:
+    with contextlib.closing(Agent(world)) as second:
         world.narrator.check('end of the second agent', checks.agent_ended, second, FAILURE)
         world.narrator.check('console of the second agent', shows, second.console,
                              world.messages.text(SECOND_INSTANCE_MESSAGE))
-    finally:
-        second.close()
 
 
 def shows(console, text):
@@ -150,17 +134,17 @@ def shows(console, text):
     return f'"{text[:60]}"'
 
 
-def start_again(world, agent):
+def kill_and_start_again(world, agent, incident):
     world.lost_openings = world.machine.agents_openings()
     agent.kill()
     world.narrator.check('what a killed agent leaves', leaves_its_runner, world)
     # The file of the killed one would be taken for that of the next.
     world.machine.find('hv-status.json').unlink()
-    again = Agent(world)
-    with world.narrator.timed('start the agent again'):
-        status = again.wait_until_it_serves()
-    world.narrator.check('firewall', checks.firewall_is_open, world, status)
-    return again, status
+    with contextlib.closing(Agent(world)) as again:
+        with world.narrator.timed('start the agent again'):
+            status = again.wait_until_it_serves()
+        world.narrator.check('firewall', checks.firewall_is_open, world, status)
+        migrate_all_the_same(world, again, status, incident)
 
 
 def leaves_its_runner(world):

@@ -8,20 +8,13 @@ import time
 import whole_migration
 from installer import host_of
 from narrator import StepFailed
-from processes import Agent
 from world import ADMINISTRATOR, APPLIANCE
 
 
 def run(world, interactive):
     whole_migration.start_surroundings(world)
     narrator = world.narrator
-    narrator.step('Starting the agent')
-    if interactive:
-        narrator.line(f'The password of {ADMINISTRATOR} is {world.password}')
-    agent = Agent(world, at_terminal=interactive)
-    try:
-        with narrator.timed('start the agent'):
-            status = agent.wait_until_it_serves()
+    with whole_migration.serving_agent(world, interactive) as (agent, status):
         announce(world, status, agent)
         narrator.step('Serving until Ctrl+C')
         with narrator.timed('serve'):
@@ -30,8 +23,6 @@ def run(world, interactive):
             code = agent.end()
             if code != 0:
                 raise StepFailed(f'the agent has ended with exit code {code}')
-    finally:
-        agent.close()
 
 
 def announce(world, status, agent):

@@ -1,5 +1,7 @@
 """A migration from the agent's start to the end of the old machine, each step looked at."""
 
+import contextlib
+
 import checks
 import installer
 from narrator import StepFailed
@@ -22,8 +24,9 @@ def start_surroundings(world):
     world.describe_machine()
 
 
-def run(world, interactive):
-    start_surroundings(world)
+@contextlib.contextmanager
+def serving_agent(world, interactive=False):
+    """An agent that serves, and its status file. Ended behind it, whatever state it is in."""
     narrator = world.narrator
     narrator.step('Starting the agent')
     if interactive:
@@ -32,6 +35,15 @@ def run(world, interactive):
     try:
         with narrator.timed('start the agent'):
             status = agent.wait_until_it_serves()
+        yield agent, status
+    finally:
+        agent.close()
+
+
+def run(world, interactive):
+    start_surroundings(world)
+    narrator = world.narrator
+    with serving_agent(world, interactive) as (agent, status):
         narrator.check('status file', checks.status_of_a_good_start, world, status)
         narrator.check('firewall', checks.firewall_is_open, world, status)
         narrator.step('Migrating, as the installer of the appliance does')
@@ -42,8 +54,6 @@ def run(world, interactive):
         narrator.step('Looking at what there is now')
         narrator.check('end of the agent', checks.agent_ended, agent, 0)
         check_outcome(world, status, agent.console, output)
-    finally:
-        agent.close()
 
 
 def check_outcome(world, status, *outputs):
