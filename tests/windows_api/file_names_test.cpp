@@ -184,6 +184,7 @@ TEST_F(SymbolicLink, LeadsToItsTarget) {
   EXPECT_EQ(Contents(scratch_.In(L"link\\file")), "behind the link");
   EXPECT_EQ(GetFileAttributesW(scratch_.In(L"link").c_str()),
             FILE_ATTRIBUTE_REPARSE_POINT | FILE_ATTRIBUTE_DIRECTORY);
+  EXPECT_TRUE(RemoveDirectoryW(scratch_.In(L"link").c_str()));
 }
 
 TEST_F(SymbolicLink, GoesWithoutItsTarget) {

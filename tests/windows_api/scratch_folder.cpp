@@ -9,8 +9,11 @@ namespace {
 
 std::wstring NewFolder() {
   static int number = 0;
-  std::wstring path = ParentOfScratchFolders() + L"\\Prüf \u8A66\u9A13 \U0001D4BD " +
-                      std::to_wstring(GetCurrentProcessId()) + L" " + std::to_wstring(++number);
+  std::wstring path;
+  do {
+    path = ParentOfScratchFolders() + L"\\Prüf \u8A66\u9A13 \U0001D4BD " +
+           std::to_wstring(GetCurrentProcessId()) + L" " + std::to_wstring(++number);
+  } while (Exists(path));  // An earlier process had the same number and was ended.
   MakeFolderAt(path);
   return path;
 }

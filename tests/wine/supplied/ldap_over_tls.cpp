@@ -52,7 +52,9 @@ bool Accepts(LDAP* session, TrueCallback callback, const std::vector<unsigned ch
 
 LDAP* LDAPAPI Init(PWSTR host, ULONG port) {
   static const auto init = Supplied::WinesOwn<decltype(&ldap_initW)>(kModule, "ldap_initW");
-  if (host == nullptr || *host == L'\0') return init(host, port);
+  if (host == nullptr) return init(host, port);
+  // Wine 8 reads on behind an empty list, and refuses it or not by what is there.
+  if (*host == L'\0') return End(LDAP_PARAM_ERROR), nullptr;
   auto relay = std::make_unique<LdapRelay>();
   relay->Set().hosts = Lab::Wine::ToUtf8(host);
   relay->Set().port = static_cast<std::uint16_t>(port);
