@@ -5,6 +5,7 @@
 #include <boost/asio/write.hpp>
 #include <boost/log/core.hpp>
 #include <boost/log/trivial.hpp>
+#include <csignal>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -82,6 +83,15 @@ void CutAnywhere(std::string_view bytes, std::size_t piece) {
   RequireEqual(whole, phases);
 }
 
+/// The fuzzer looks at its clock in a signal each minute. A call of the client that it interrupts
+/// would end with an error (signal(7)).
+void GoOnBehindTheClock() {
+  struct sigaction clock = {};
+  sigaction(SIGALRM, nullptr, &clock);
+  clock.sa_flags |= SA_RESTART;
+  sigaction(SIGALRM, &clock, nullptr);
+}
+
 /// Ends each call with its own input.
 class EchoProvider : public Krova::Core::AsyncApiProvider {
  public:
@@ -99,6 +109,7 @@ class EchoProvider : public Krova::Core::AsyncApiProvider {
 class Server {
  public:
   Server() : server_(scheduler_, {asio::ip::address_v4::loopback(), 0}) {
+    GoOnBehindTheClock();
     boost::log::core::get()->set_logging_enabled(false);
     scheduler_.set_num_threads(1);
     // What the server's thread logs by is made before the server is, and goes after it.
