@@ -15,10 +15,11 @@ inline std::uint16_t FreePort(const boost::asio::ip::tcp& family = boost::asio::
   boost::asio::ip::tcp::acceptor acceptor(service, family);
   std::random_device random;
   std::uniform_int_distribution<std::uint16_t> ports(20000, 29999);
-  for (boost::system::error_code taken;;) {
+  for (boost::system::error_code error;;) {
     const std::uint16_t port = ports(random);
-    acceptor.bind({family, port}, taken);
-    if (!taken) return port;
+    acceptor.bind({family, port}, error);
+    if (!error) return port;
+    if (error != boost::asio::error::address_in_use) throw boost::system::system_error(error);
   }
 }
 

@@ -1,5 +1,6 @@
 """Programs that a rehearsal runs: servers of the lab, the agent, the client."""
 
+import errno
 import itertools
 import json
 import os
@@ -118,13 +119,15 @@ PORTS = range(20000, 30000)
 
 
 def is_free(port):
-    """If it can be had in both families."""
+    """If it can be had in both families. OSError where no port can be had at all."""
     family, address = ((socket.AF_INET6, '::') if socket.has_dualstack_ipv6()
                        else (socket.AF_INET, ''))
     with socket.socket(family) as probe:
         try:
             probe.bind((address, port))
-        except OSError:
+        except OSError as error:
+            if error.errno != errno.EADDRINUSE:
+                raise
             return False
         return True
 
