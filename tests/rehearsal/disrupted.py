@@ -6,7 +6,6 @@ come of it, a migration behind it is whole.
 
 import argparse
 import io
-import re
 import shutil
 import signal
 import sys
@@ -26,6 +25,7 @@ from disrupted_world import DisruptedWorld, have_own_mounts  # noqa: E402
 from disruptions import Disruption, Saboteur  # noqa: E402
 from narrator import Narrator, StepFailed  # noqa: E402
 from processes import Agent, PATIENCE_SECONDS  # noqa: E402
+from seeds import seeds_of  # noqa: E402
 
 ENDS = (0, 255)  # the exit codes of an agent that nobody kills
 IMPATIENCE_SECONDS = 10
@@ -196,13 +196,6 @@ def run_seed(seed, keeps):
         return False
     finally:
         shutil.rmtree(migration.folder, ignore_errors=True)
-
-
-def seeds_of(text):
-    match = re.fullmatch(r'(\d+)(?:-(\d+))?', text)
-    if not match:
-        raise argparse.ArgumentTypeError(f'"{text}" is no range such as 0-199')
-    return range(int(match[1]), int(match[2] or match[1]) + 1)
 
 
 def main():
