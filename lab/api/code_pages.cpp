@@ -1,5 +1,7 @@
 // UTF-8 and wide text. A wide character has 32 bits here, so there are no pairs of surrogates: a
 // lone surrogate and a value beyond Unicode are what can't be converted.
+#include <algorithm>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -85,13 +87,23 @@ bool NextCharacter(std::string_view& text, wchar_t& character) {
   return true;
 }
 
+/// \return True when each character is a byte in UTF-8, of the same number. So is nearly all text
+/// of
+///         the agent, and nothing has to be converted.
+template <typename Character>
+bool IsAscii(std::basic_string_view<Character> text) {
+  std::uint32_t bits = 0;
+  for (const Character character : text) bits |= static_cast<std::uint32_t>(character);
+  return bits < 0x80;
+}
+
 /// Copies the result out, or only counts it when there is no room asked for.
 template <typename Text, typename Character>
 int Deliver(const Text& result, Character* buffer, int bufferSize) {
   const int size = static_cast<int>(result.size());
   if (bufferSize == 0) return size;
   if (size > bufferSize) return Fail(ERROR_INSUFFICIENT_BUFFER);
-  result.copy(buffer, result.size());
+  std::copy(result.begin(), result.end(), buffer);
   return size;
 }
 
@@ -108,6 +120,7 @@ int MultiByteToWideChar(UINT codePage, DWORD flags, LPCCH text, int textSize, LP
   std::string_view rest = textSize < 0
                               ? std::string_view(text, std::char_traits<char>::length(text) + 1)
                               : std::string_view(text, static_cast<std::size_t>(textSize));
+  if (IsAscii(rest)) return Deliver(rest, buffer, bufferSize);
   std::wstring wide;
   while (!rest.empty()) {
     wchar_t character = 0;
@@ -130,6 +143,7 @@ int WideCharToMultiByte(UINT codePage, DWORD flags, LPCWCH text, int textSize, L
   const std::wstring_view wide =
       textSize < 0 ? std::wstring_view(text, std::char_traits<wchar_t>::length(text) + 1)
                    : std::wstring_view(text, static_cast<std::size_t>(textSize));
+  if (IsAscii(wide)) return Deliver(wide, buffer, bufferSize);
   std::string utf8;
   for (const wchar_t character : wide) {
     if (!IsCharacter(character) && flags == WC_ERR_INVALID_CHARS) {

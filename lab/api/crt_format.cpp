@@ -1,11 +1,14 @@
 // printf-style formatting with the meaning that Windows' C runtime gives to conversions: %s is wide
-// in a wide format, %hs and %S are narrow, %ld has 32 bits.
+// in a wide format, %hs and %S are narrow, %ld has 32 bits. Each line of the log comes through here
+// several times: nothing is put together anywhere but in the caller's buffer.
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <string>
-#include <vector>
+#include <string_view>
+#include <utility>
 
 #include "crt.h"
 #include "machine/call.h"
@@ -14,13 +17,15 @@ namespace {
 
 /// What stands between the percent sign and the letter.
 struct Conversion {
-  std::string flags;  // of "-+ #0"
+  bool left = false;
+  bool plus = false;
+  bool blank = false;
+  bool alternate = false;
+  bool zero = false;
   int width = 0;
   int precision = -1;  // -1: none given
   enum class Size { kDefault, kShort, kWide, k64 } size = Size::kDefault;
   wchar_t type = 0;
-
-  bool Has(char flag) const { return flags.find(flag) != std::string::npos; }
 };
 
 /// The arguments, so that helpers can go on where another stopped.
@@ -40,10 +45,66 @@ class Arguments {
   va_list list_;
 };
 
+/// The caller's buffer: takes what there is room for and counts all.
+class Output {
+ public:
+  Output(wchar_t* buffer, std::size_t room) : begin_(buffer), end_(buffer), room_(room) {}
+
+  void Append(std::wstring_view text) { end_ = std::copy_n(text.data(), Take(text.size()), end_); }
+
+  /// In the C locale a byte is the character of the same number.
+  void Append(std::string_view bytes) {
+    for (const char byte : bytes.substr(0, Take(bytes.size()))) {
+      *end_++ = static_cast<unsigned char>(byte);
+    }
+  }
+
+  void Append(std::size_t size, wchar_t character) {
+    end_ = std::fill_n(end_, Take(size), character);
+  }
+
+  /// \return The length of the whole text.
+  std::size_t Size() const { return static_cast<std::size_t>(end_ - begin_) + missed_; }
+  /// \return Where the part in the buffer ends.
+  wchar_t* End() const { return end_; }
+
+ private:
+  /// \return For how many of \p more characters there is room.
+  std::size_t Take(std::size_t more) {
+    const std::size_t taken = std::min(more, room_);
+    room_ -= taken;
+    missed_ += more - taken;
+    return taken;
+  }
+
+  wchar_t* const begin_;
+  wchar_t* end_;
+  std::size_t room_;
+  std::size_t missed_ = 0;
+};
+
 int ReadNumber(const wchar_t*& at) {
   int number = 0;
   while (*at >= L'0' && *at <= L'9') number = number * 10 + (*at++ - L'0');
   return number;
+}
+
+/// \return False when \p flag is none.
+bool SetFlag(wchar_t flag, Conversion& conversion) {
+  switch (flag) {
+    case L'-':
+      return conversion.left = true;
+    case L'+':
+      return conversion.plus = true;
+    case L' ':
+      return conversion.blank = true;
+    case L'#':
+      return conversion.alternate = true;
+    case L'0':
+      return conversion.zero = true;
+    default:
+      return false;
+  }
 }
 
 void ReadWidth(const wchar_t*& at, Arguments& arguments, Conversion& conversion) {
@@ -55,7 +116,7 @@ void ReadWidth(const wchar_t*& at, Arguments& arguments, Conversion& conversion)
   conversion.width = arguments.Next<int>();
   if (conversion.width >= 0) return;
   conversion.width = -conversion.width;
-  conversion.flags += '-';
+  conversion.left = true;
 }
 
 void ReadPrecision(const wchar_t*& at, Arguments& arguments, Conversion& conversion) {
@@ -70,62 +131,58 @@ void ReadPrecision(const wchar_t*& at, Arguments& arguments, Conversion& convers
   conversion.precision = std::max(arguments.Next<int>(), -1);
 }
 
-bool StartsWith(const wchar_t* text, const wchar_t* start) {
-  return std::wcsncmp(text, start, std::wcslen(start)) == 0;
-}
+struct SizePrefix {
+  Conversion::Size size;
+  int length;
+};
 
-void ReadSize(const wchar_t*& at, Conversion& conversion) {
-  struct Prefix {
-    const wchar_t* text;
-    Conversion::Size size;
-  };
-  // The longer ones first. "hh" isn't known there: both letters are passed over.
-  static constexpr Prefix kPrefixes[] = {
-      {L"I64", Conversion::Size::k64},  {L"I32", Conversion::Size::kDefault},
-      {L"ll", Conversion::Size::k64},   {L"hh", Conversion::Size::kDefault},
-      {L"h", Conversion::Size::kShort}, {L"l", Conversion::Size::kWide},
-      {L"w", Conversion::Size::kWide},  {L"z", Conversion::Size::k64},
-      {L"I", Conversion::Size::k64},
-  };
-  for (const Prefix& prefix : kPrefixes) {
-    if (!StartsWith(at, prefix.text)) continue;
-    at += std::wcslen(prefix.text);
-    conversion.size = prefix.size;
-    return;
+SizePrefix SizePrefixAt(const wchar_t* at) {
+  using Size = Conversion::Size;
+  switch (*at) {
+    case L'h':
+      // "hh" isn't known there: both letters are passed over.
+      return at[1] == L'h' ? SizePrefix{Size::kDefault, 2} : SizePrefix{Size::kShort, 1};
+    case L'l':
+      return at[1] == L'l' ? SizePrefix{Size::k64, 2} : SizePrefix{Size::kWide, 1};
+    case L'w':
+      return {Size::kWide, 1};
+    case L'z':
+      return {Size::k64, 1};
+    case L'I':
+      if (at[1] == L'3' && at[2] == L'2') return {Size::kDefault, 3};
+      return {Size::k64, at[1] == L'6' && at[2] == L'4' ? 3 : 1};
+    default:
+      return {Size::kDefault, 0};
   }
 }
 
 /// \param at  Behind the percent sign; moved behind the letter.
 Conversion ReadConversion(const wchar_t*& at, Arguments& arguments) {
   Conversion conversion;
-  while (*at != 0 && std::wcschr(L"-+ #0", *at) != nullptr) {
-    conversion.flags += static_cast<char>(*at++);
-  }
+  while (SetFlag(*at, conversion)) ++at;
   ReadWidth(at, arguments, conversion);
   ReadPrecision(at, arguments, conversion);
-  ReadSize(at, conversion);
+  const SizePrefix prefix = SizePrefixAt(at);
+  conversion.size = prefix.size;
+  at += prefix.length;
   conversion.type = *at;
   if (*at != 0) ++at;
   return conversion;
 }
 
-std::wstring Padded(const Conversion& conversion, std::wstring text) {
-  const auto width = static_cast<std::size_t>(conversion.width);
-  if (text.size() >= width) return text;
-  if (conversion.Has('-')) return text.append(width - text.size(), L' ');
+/// \return What \p size lacks of \p wanted.
+std::size_t Missing(std::size_t size, int wanted) {
+  const auto number = static_cast<std::size_t>(std::max(wanted, 0));
+  return number - std::min(number, size);
+}
+
+template <typename Text>
+void AppendPadded(const Conversion& conversion, Text text, Output& output) {
+  const std::size_t fill = Missing(text.size(), conversion.width);
   // Windows pads text with zeros as well if it's told to.
-  return text.insert(0, width - text.size(), conversion.Has('0') ? L'0' : L' ');
-}
-
-/// In the C locale a byte is the character of the same number.
-std::wstring Widened(const char* text, std::size_t size) {
-  std::wstring wide;
-  for (std::size_t i = 0; i < size; ++i) wide += static_cast<unsigned char>(text[i]);
-  return wide;
-}
-
-std::size_t Limit(const Conversion& conversion) {
-  return conversion.precision < 0 ? SIZE_MAX : static_cast<std::size_t>(conversion.precision);
+  if (!conversion.left) output.Append(fill, conversion.zero ? L'0' : L' ');
+  output.Append(text);
+  if (conversion.left) output.Append(fill, L' ');
 }
 
 /// \return True for the forms that mean narrow text in a wide format: %hs, %S, %hS, %C ...
@@ -135,110 +192,151 @@ bool IsNarrow(const Conversion& conversion) {
   return conversion.type == L'S' || conversion.type == L'C';
 }
 
-std::wstring FormatText(const Conversion& conversion, Arguments& arguments) {
-  const std::size_t limit = Limit(conversion);
-  std::wstring text = L"(null)";
+void FormatText(const Conversion& conversion, Arguments& arguments, Output& output) {
+  // A text with a precision needn't be terminated.
+  const std::size_t limit =
+      conversion.precision < 0 ? SIZE_MAX : static_cast<std::size_t>(conversion.precision);
   if (IsNarrow(conversion)) {
-    const char* narrow = arguments.Next<const char*>();
-    // A text with a precision needn't be terminated.
-    if (narrow != nullptr) text = Widened(narrow, strnlen(narrow, limit));
+    const char* text = arguments.Next<const char*>();
+    if (text == nullptr) text = "(null)";
+    AppendPadded(conversion, std::string_view(text, strnlen(text, limit)), output);
   } else {
-    const wchar_t* wide = arguments.Next<const wchar_t*>();
-    if (wide != nullptr) text.assign(wide, wcsnlen(wide, limit));
+    const wchar_t* text = arguments.Next<const wchar_t*>();
+    if (text == nullptr) text = L"(null)";
+    AppendPadded(conversion, std::wstring_view(text, wcsnlen(text, limit)), output);
   }
-  if (text.size() > limit) text.resize(limit);
-  return Padded(conversion, std::move(text));
 }
 
-std::wstring FormatCharacter(const Conversion& conversion, Arguments& arguments) {
-  const int character = arguments.Next<int>();
-  if (!IsNarrow(conversion)) return Padded(conversion, {static_cast<wchar_t>(character)});
-  return Padded(conversion, {static_cast<wchar_t>(static_cast<unsigned char>(character))});
+void FormatCharacter(const Conversion& conversion, Arguments& arguments, Output& output) {
+  auto character = static_cast<wchar_t>(arguments.Next<int>());
+  if (IsNarrow(conversion)) character = static_cast<unsigned char>(character);
+  AppendPadded(conversion, std::wstring_view(&character, 1), output);
 }
 
-std::int64_t NextSigned(const Conversion& conversion, Arguments& arguments) {
-  if (conversion.size == Conversion::Size::k64) return arguments.Next<std::int64_t>();
-  const auto value = arguments.Next<std::int32_t>();
-  return conversion.size == Conversion::Size::kShort ? static_cast<std::int16_t>(value) : value;
+/// \param sign  What stands before all zeros: a sign, "0x".
+/// \param zeros  How many the number has before its digits, whatever its width.
+void AppendNumber(const Conversion& conversion, std::string_view sign, std::size_t zeros,
+                  std::string_view digits, Output& output) {
+  const std::size_t fill = Missing(sign.size() + zeros + digits.size(), conversion.width);
+  const bool fillsWithZeros = conversion.zero && !conversion.left;
+  if (!conversion.left && !fillsWithZeros) output.Append(fill, L' ');
+  output.Append(sign);
+  output.Append(fillsWithZeros ? zeros + fill : zeros, L'0');
+  output.Append(digits);
+  if (conversion.left) output.Append(fill, L' ');
 }
 
-std::uint64_t NextUnsigned(const Conversion& conversion, Arguments& arguments) {
-  if (conversion.size == Conversion::Size::k64) return arguments.Next<std::uint64_t>();
-  const auto value = arguments.Next<std::uint32_t>();
-  return conversion.size == Conversion::Size::kShort ? static_cast<std::uint16_t>(value) : value;
+void AppendInteger(Conversion conversion, std::string_view sign, std::uint64_t value, int base,
+                   Output& output) {
+  char buffer[24];  // Enough for the octal digits.
+  char* end = std::to_chars(buffer, std::end(buffer), value, base).ptr;
+  if (conversion.type == L'X') std::transform(buffer, end, buffer, ::toupper);
+  if (conversion.precision == 0 && value == 0) end = buffer;
+  const std::string_view digits(buffer, end);
+  std::size_t zeros = Missing(digits.size(), conversion.precision);
+  const bool wantsZero = conversion.alternate && base == 8;
+  if (wantsZero && zeros == 0 && !digits.starts_with('0')) zeros = 1;
+  if (conversion.precision >= 0) conversion.zero = false;
+  AppendNumber(conversion, sign, zeros, digits, output);
 }
 
-/// Formats one number by the host's own conversion of the same letter.
-template <typename T>
-std::wstring FormatByHost(const Conversion& conversion, const char* size, T value) {
-  std::string format = "%" + conversion.flags + std::to_string(conversion.width);
-  // A width of 0 would read as a flag.
-  if (conversion.width == 0) format.pop_back();
-  if (conversion.precision >= 0) format += "." + std::to_string(conversion.precision);
-  format += size;
-  format += static_cast<char>(conversion.type);
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-nonliteral"
-  std::vector<char> text(
-      static_cast<std::size_t>(std::snprintf(nullptr, 0, format.c_str(), value) + 1));
-  std::snprintf(text.data(), text.size(), format.c_str(), value);
-#pragma GCC diagnostic pop
-  return Widened(text.data(), text.size() - 1);
+std::string_view SignOf(const Conversion& conversion, bool isNegative) {
+  if (isNegative) return "-";
+  if (conversion.plus) return "+";
+  return conversion.blank ? " " : "";
 }
 
-std::wstring FormatPointer(Conversion conversion, Arguments& arguments) {
+void FormatSigned(const Conversion& conversion, Arguments& arguments, Output& output) {
+  std::int64_t value = 0;
+  if (conversion.size == Conversion::Size::k64) {
+    value = arguments.Next<std::int64_t>();
+  } else {
+    value = arguments.Next<std::int32_t>();
+    if (conversion.size == Conversion::Size::kShort) value = static_cast<std::int16_t>(value);
+  }
+  const auto bits = static_cast<std::uint64_t>(value);
+  AppendInteger(conversion, SignOf(conversion, value < 0), value < 0 ? 0 - bits : bits, 10, output);
+}
+
+void FormatUnsigned(const Conversion& conversion, int base, Arguments& arguments, Output& output) {
+  std::uint64_t value = 0;
+  if (conversion.size == Conversion::Size::k64) {
+    value = arguments.Next<std::uint64_t>();
+  } else {
+    value = arguments.Next<std::uint32_t>();
+    if (conversion.size == Conversion::Size::kShort) value = static_cast<std::uint16_t>(value);
+  }
+  std::string_view sign;
+  if (conversion.alternate && base == 16 && value != 0) {
+    sign = conversion.type == L'X' ? "0X" : "0x";
+  }
+  AppendInteger(conversion, sign, value, base, output);
+}
+
+void FormatPointer(Conversion conversion, Arguments& arguments, Output& output) {
+  conversion.size = Conversion::Size::k64;
   conversion.type = L'X';
   conversion.precision = 16;
-  return FormatByHost(conversion, "ll", arguments.Next<unsigned long long>());
+  FormatUnsigned(conversion, 16, arguments, output);
 }
 
 /// Infinite values look like "1.#INF00" there: a number whose digits are letters.
-std::wstring FormatNonFinite(const Conversion& conversion, double value) {
-  std::wstring text = std::isnan(value) ? L"1.#IND" : L"1.#INF";
+void FormatNonFinite(const Conversion& conversion, double value, Output& output) {
+  std::string text = std::isnan(value) ? "1.#IND" : "1.#INF";
   const int digits = conversion.precision < 0 ? 6 : conversion.precision;
-  if (digits > 4) text.append(static_cast<std::size_t>(digits - 4), L'0');
+  if (digits > 4) text.append(static_cast<std::size_t>(digits - 4), '0');
   if (std::signbit(value)) {
-    text.insert(0, 1, L'-');
-  } else if (conversion.Has('+')) {
-    text.insert(0, 1, L'+');
+    text.insert(0, 1, '-');
+  } else if (conversion.plus) {
+    text.insert(0, 1, '+');
   }
-  return Padded(conversion, std::move(text));
+  AppendPadded(conversion, std::string_view(text), output);
 }
 
-std::wstring FormatDouble(const Conversion& conversion, Arguments& arguments) {
+void FormatDouble(const Conversion& conversion, Arguments& arguments, Output& output) {
   const auto value = arguments.Next<double>();
-  if (!std::isfinite(value)) return FormatNonFinite(conversion, value);
-  return FormatByHost(conversion, "", value);
+  if (!std::isfinite(value)) {
+    FormatNonFinite(conversion, value, output);
+    return;
+  }
+  const char* const format = conversion.alternate ? "%#.*f" : "%.*f";
+  const int precision = conversion.precision < 0 ? 6 : conversion.precision;
+  const int size = std::snprintf(nullptr, 0, format, precision, std::fabs(value));
+  std::string digits(static_cast<std::size_t>(size), '\0');
+  std::snprintf(digits.data(), digits.size() + 1, format, precision, std::fabs(value));
+  AppendNumber(conversion, SignOf(conversion, std::signbit(value)), 0, digits, output);
 }
 
 /// \return False for a conversion that Windows doesn't know.
-bool FormatOne(const Conversion& conversion, Arguments& arguments, std::wstring& text) {
+bool FormatOne(const Conversion& conversion, Arguments& arguments, Output& output) {
   switch (conversion.type) {
     case L's':
     case L'S':
-      text += FormatText(conversion, arguments);
+      FormatText(conversion, arguments, output);
       return true;
     case L'c':
     case L'C':
-      text += FormatCharacter(conversion, arguments);
+      FormatCharacter(conversion, arguments, output);
       return true;
     case L'd':
     case L'i':
-      text +=
-          FormatByHost(conversion, "ll", static_cast<long long>(NextSigned(conversion, arguments)));
+      FormatSigned(conversion, arguments, output);
       return true;
     case L'u':
+      FormatUnsigned(conversion, 10, arguments, output);
+      return true;
     case L'x':
     case L'X':
+      FormatUnsigned(conversion, 16, arguments, output);
+      return true;
     case L'o':
-      text += FormatByHost(conversion, "ll",
-                           static_cast<unsigned long long>(NextUnsigned(conversion, arguments)));
+      FormatUnsigned(conversion, 8, arguments, output);
       return true;
     case L'p':
-      text += FormatPointer(conversion, arguments);
+      FormatPointer(conversion, arguments, output);
       return true;
     case L'f':
-      text += FormatDouble(conversion, arguments);
+      FormatDouble(conversion, arguments, output);
       return true;
     default:
       return false;
@@ -246,26 +344,19 @@ bool FormatOne(const Conversion& conversion, Arguments& arguments, std::wstring&
 }
 
 /// \return False when the text ends at a conversion that isn't known.
-bool Format(const wchar_t* at, Arguments& arguments, std::wstring& text) {
-  while (*at != 0) {
-    if (*at != L'%') {
-      text += *at++;
-      continue;
-    }
-    ++at;
+bool Format(const wchar_t* at, Arguments& arguments, Output& output) {
+  while (true) {
+    const wchar_t* const percent = wcschrnul(at, L'%');
+    output.Append(std::wstring_view(at, percent));
+    if (*percent == 0) return true;
+    at = percent + 1;
     if (*at == L'%') {
-      text += *at++;
+      output.Append(1, *at++);
       continue;
     }
     const Conversion conversion = ReadConversion(at, arguments);
-    if (!FormatOne(conversion, arguments, text)) return false;
+    if (!FormatOne(conversion, arguments, output)) return false;
   }
-  return true;
-}
-
-void Store(const std::wstring& text, std::size_t length, wchar_t* buffer) {
-  std::wmemcpy(buffer, text.data(), length);
-  buffer[length] = 0;
 }
 
 }  // namespace
@@ -274,23 +365,19 @@ int _vsnwprintf_s(wchar_t* buffer, std::size_t size, std::size_t count, const wc
                   va_list arguments) {
   LAB_SUPPORTS(buffer != nullptr && size > 0 && format != nullptr);
   const int savedErrno = errno;
-  std::wstring text;
+  const std::size_t room = std::min(count, size - 1);
+  Output output(buffer, room);
   Arguments list(arguments);
-  const bool known = Format(format, list, text);
+  const bool known = Format(format, list, output);
   errno = known ? savedErrno : EINVAL;
 
-  const bool fits = text.size() < size && text.size() <= count;
-  if (fits) {
-    Store(text, text.size(), buffer);
-    return known ? static_cast<int>(text.size()) : -1;
-  }
+  *output.End() = 0;
+  if (output.Size() <= room) return known ? static_cast<int>(output.Size()) : -1;
   if (count != _TRUNCATE && count >= size) {
     // The caller promised that all of it fits: the buffer is emptied.
     buffer[0] = 0;
     errno = ERANGE;
-    return -1;
   }
-  Store(text, std::min(count, size - 1), buffer);
   return -1;
 }
 

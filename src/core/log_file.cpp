@@ -17,31 +17,31 @@ namespace {
 constexpr std::size_t kStreamBuffer = 32 * 1024;
 
 constexpr std::size_t kPieceSize = 64;
+constexpr std::size_t kPrefixSize = 3 * kPieceSize;
 
-/// One formatted piece of the prefix, appended to \p prefix. False when it doesn't fit.
+/// Appends one formatted piece of the prefix to \p line. False when it doesn't fit.
 template <typename... Values>
-bool AppendPiece(std::wstring& prefix, std::type_identity_t<WideFormat<Values...>> format,
+bool AppendPiece(std::wstring& line, std::type_identity_t<WideFormat<Values...>> format,
                  Values... values) {
-  wchar_t piece[kPieceSize] = {};
-  if (FormatInto(piece, format, values...) < 0) return false;
-  prefix += piece;
+  wchar_t piece[kPieceSize];
+  const int length = FormatInto(piece, format, values...);
+  if (length < 0) return false;
+  line.append(piece, static_cast<std::size_t>(length));
   return true;
 }
 
-/// "2026-01-31 12:00:00.123Z| halvard-14510545| I: ", or nothing.
-std::wstring LinePrefix(const std::wstring& logName, char level) {
+/// Appends "2026-01-31 12:00:00.123Z| halvard-14510545| I: ". False, with a part of it, when that
+/// can't be built.
+bool AppendPrefix(std::wstring& line, const std::wstring& logName, char level) {
   FILETIME now = {};
   SYSTEMTIME utc = {};
   GetSystemTimeAsFileTime(&now);
-  if (!FileTimeToSystemTime(&now, &utc)) return {};
-  std::wstring prefix;
-  const bool whole =
-      AppendPiece(prefix, L"%04d-%02d-%02d %02d:%02d:%02d", int{utc.wYear}, int{utc.wMonth},
-                  int{utc.wDay}, int{utc.wHour}, int{utc.wMinute}, int{utc.wSecond}) &&
-      AppendPiece(prefix, L".%03dZ", int{utc.wMilliseconds}) &&
-      AppendPiece(prefix, L"| %s-%hs| %c: ", logName.c_str(), kNarrowBuild,
-                  static_cast<wchar_t>(level));
-  return whole ? prefix : std::wstring();
+  return FileTimeToSystemTime(&now, &utc) &&
+         AppendPiece(line, L"%04d-%02d-%02d %02d:%02d:%02d", int{utc.wYear}, int{utc.wMonth},
+                     int{utc.wDay}, int{utc.wHour}, int{utc.wMinute}, int{utc.wSecond}) &&
+         AppendPiece(line, L".%03dZ", int{utc.wMilliseconds}) &&
+         AppendPiece(line, L"| %s-%hs| %c: ", logName.c_str(), kNarrowBuild,
+                     static_cast<wchar_t>(level));
 }
 
 }  // namespace
@@ -72,17 +72,20 @@ void LogFile::Leave() {
   stream_ = nullptr;
 }
 
-void LogFile::Write(std::string line) {
-  line += '\n';
+void LogFile::Write(std::string_view line) {
   const std::lock_guard lock(mutex_);
   if (stream_ == nullptr) return;
   (void)std::fwrite(line.data(), 1, line.size(), stream_);
+  (void)std::fputc('\n', stream_);
   (void)std::fflush(stream_);
 }
 
-std::string FormatLogLine(const std::wstring& logName, char level, std::wstring message) {
-  if (message.ends_with(L'\n')) message.pop_back();
-  return WideToUtf8(LinePrefix(logName, level).append(message));
+std::string FormatLogLine(const std::wstring& logName, char level, std::wstring_view message) {
+  if (message.ends_with(L'\n')) message.remove_suffix(1);
+  std::wstring line;
+  line.reserve(kPrefixSize + message.size());
+  if (!AppendPrefix(line, logName, level)) line.clear();
+  return WideToUtf8(line += message);
 }
 
 }  // namespace Halvard

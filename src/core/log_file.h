@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <mutex>
 #include <string>
+#include <string_view>
 
 namespace Halvard {
 
@@ -28,7 +29,7 @@ class LogFile {
 
   /// Appends one line and flushes it; nothing happens while the file isn't open.
   /// \param line  UTF-8, without the line's end.
-  void Write(std::string line);
+  void Write(std::string_view line);
 
  private:
   bool OpenIfNeeded();
@@ -45,6 +46,6 @@ extern LogFile gLogFile;
 /// \param level    'I', 'W', 'E' or 'D'.
 /// \return The line in UTF-8, without its end. Without a prefix when that can't be built, for
 ///         instance for want of room for the log name.
-std::string FormatLogLine(const std::wstring& logName, char level, std::wstring message);
+std::string FormatLogLine(const std::wstring& logName, char level, std::wstring_view message);
 
 }  // namespace Halvard

@@ -2,6 +2,7 @@
 
 #include <cstdarg>
 #include <cstddef>
+#include <string_view>
 #include <utility>
 
 #include "core/environment.h"
@@ -13,24 +14,25 @@ namespace {
 
 constexpr std::size_t kMessageSize = 4096;
 
-/// \return The formatted message, cut to the buffer; empty when nothing is to be written.
-std::wstring FormatMessageText(const wchar_t* format, std::va_list arguments) {
-  // The rest of it is left as it is: to clear 4,096 characters takes longer than most of the work.
-  wchar_t buffer[kMessageSize];
+/// Cut to the buffer, which is left as it is beyond the text: to clear 4,096 characters takes
+/// longer than most of the work. \return The formatted message in \p buffer; empty when nothing is
+/// to be written.
+std::wstring_view FormatMessageText(const wchar_t* format, std::va_list arguments,
+                                    wchar_t (&buffer)[kMessageSize]) {
   buffer[0] = L'\0';
   const int written = _vsnwprintf_s(buffer, kMessageSize, _TRUNCATE, format, arguments);
-  const std::size_t length = std::char_traits<wchar_t>::length(buffer);
+  const std::wstring_view message = buffer;
   // A message that was cut answers -1 with the buffer full; every other result of zero or less is
   // a message that couldn't be made.
-  const bool wasCut = written < 0 && length == kMessageSize - 1;
-  return written > 0 || wasCut ? std::wstring(buffer, length) : std::wstring();
+  const bool wasCut = written < 0 && message.size() == kMessageSize - 1;
+  return written > 0 || wasCut ? message : std::wstring_view();
 }
 
 void WriteMessage(const std::wstring& logName, char level, const wchar_t* format,
                   std::va_list arguments) {
-  std::wstring message = FormatMessageText(format, arguments);
-  if (message.empty()) return;
-  gLogFile.Write(FormatLogLine(logName, level, std::move(message)));
+  wchar_t buffer[kMessageSize];
+  const std::wstring_view message = FormatMessageText(format, arguments, buffer);
+  if (!message.empty()) gLogFile.Write(FormatLogLine(logName, level, message));
 }
 
 /// Asked once, at the first debug line of the process; the variable isn't looked at again.

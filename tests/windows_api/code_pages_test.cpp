@@ -32,6 +32,13 @@ TEST(CodePages, TextGoesThereAndBack) {
   EXPECT_EQ(ToWide("a\xC3\xA4\xE8\xA9\xA6\xF0\x9D\x92\xBD"), wide);
 }
 
+TEST(CodePages, TheLastOfAsciiTakesOneByte) {
+  EXPECT_EQ(ToUtf8(L"a\u007F"), "a\x7F");
+  EXPECT_EQ(ToUtf8(L"a\u0080"), "a\xC2\x80");
+  EXPECT_EQ(ToWide("a\x7F"), L"a\u007F");
+  EXPECT_EQ(ToWide("a\xC2\x80"), L"a\u0080");
+}
+
 TEST(CodePages, EmptyTextIsAnError) {
   SpoilLastError();
   EXPECT_EQ(ToWide(""), L"");

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "host/windows_api.h"
+#include "support.h"
 
 namespace {
 
@@ -103,6 +104,26 @@ TEST(FormatNumber, FlagsAndDigits) {
             Whole(L"+5| 5|-0042|7   |005|007"));
 }
 
+TEST(FormatNumber, DigitsThatAreWantedStandBetweenSignAndWidth) {
+  EXPECT_EQ(Format(L"%6.3d|%-6.3d|%+.3d|%5.1d", -5, -5, 5, 123),
+            Whole(L"  -005|-005  |+005|  123"));
+  EXPECT_EQ(Format(L"[%.0d|%.0u|%3.0x|%+.0d]", 0, 0, 0, 0), Whole(L"[||   |+]"));
+}
+
+TEST(FormatNumber, PrecisionOverrulesTheFlagForZeros) {
+  SKIP_ON_WINE("The C runtime fills the whole width with zeros");
+  EXPECT_EQ(Format(L"%06.3d|%05.1x", 5, 0xABC), Whole(L"   005|  abc"));
+}
+
+TEST(FormatNumber, AlternateFormsTellTheBase) {
+  EXPECT_EQ(Format(L"%#X|%#x|%#08x|%#.4x|%#o|%#.3o", 255, 0, 255, 255, 8, 8),
+            Whole(L"0XFF|0|0x0000ff|0x00ff|010|010"));
+}
+
+TEST(FormatNumber, OnlySignedNumbersShowASign) {
+  EXPECT_EQ(Format(L"%+u|% x|%+d|% d|%+ d", 5u, 5u, -5, -5, 5), Whole(L"5|5|-5|-5|+5"));
+}
+
 TEST(FormatNumber, PointersHaveAllTheirDigits) {
   EXPECT_EQ(Format(L"%p", reinterpret_cast<void*>(std::uintptr_t{0x1234ABCD})),
             Whole(L"000000001234ABCD"));
@@ -111,6 +132,11 @@ TEST(FormatNumber, PointersHaveAllTheirDigits) {
 TEST(FormatNumber, FixedPoint) {
   EXPECT_EQ(Format(L"%f|%.2f|%8.3f|%-8.1f|%08.2f", 6.0, 1.25, 3.14159, 9.99, -1.5),
             Whole(L"6.000000|1.25|   3.142|10.0    |-0001.50"));
+}
+
+TEST(FormatNumber, FixedPointWithFlags) {
+  EXPECT_EQ(Format(L"%+.1f|% .1f|%+08.1f|%-8.1f|%#.0f|%.0f", 2.5, 2.5, 2.5, -2.5, 3.0, -0.0),
+            Whole(L"+2.5| 2.5|+00002.5|-2.5    |3.|-0"));
 }
 
 TEST(FormatNumber, InfiniteValuesLookLikeNumbers) {
@@ -147,6 +173,17 @@ TEST_F(ShortBuffer, LongerTextIsCutAndAnswersMinusOne) {
   EXPECT_EQ(_snwprintf_s(buffer_, 6, _TRUNCATE, L"%s", L"abcdef"), -1);
   EXPECT_STREQ(buffer_, L"abcde");
   EXPECT_EQ(errno, 0);
+}
+
+TEST_F(ShortBuffer, WhateverReachesTheEndIsCutThere) {
+  EXPECT_EQ(_snwprintf_s(buffer_, 6, _TRUNCATE, L"ab%hs", "cdef"), -1);
+  EXPECT_STREQ(buffer_, L"abcde");
+  EXPECT_EQ(_snwprintf_s(buffer_, 6, _TRUNCATE, L"a%9d", 1), -1);
+  EXPECT_STREQ(buffer_, L"a    ");
+  EXPECT_EQ(_snwprintf_s(buffer_, 6, _TRUNCATE, L"ab%d", 1234), -1);
+  EXPECT_STREQ(buffer_, L"ab123");
+  EXPECT_EQ(_snwprintf_s(buffer_, 6, _TRUNCATE, L"abcdefg%s", L"h"), -1);
+  EXPECT_STREQ(buffer_, L"abcde");
 }
 
 TEST_F(ShortBuffer, EmptyTextAnswersZero) {
