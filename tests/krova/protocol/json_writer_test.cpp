@@ -106,8 +106,19 @@ TEST(JsonWriter, EveryByteAtEveryPlaceOfARun) {
   }
 }
 
+TEST(JsonWriter, AnyPlacesOfARunCanHoldSpecialBytes) {
+  for (unsigned places = 0; places < 1u << kRunStep; ++places) {
+    for (const char special : {'"', '\\', '\x1F', '\0'}) {
+      std::string text = "abcdefg\xC3";
+      for (std::size_t i = 0; i < kRunStep; ++i) {
+        if ((places >> i & 1) != 0) text[i] = special;
+      }
+      ASSERT_EQ(WrittenString(text + "behind it"), Escaped(text + "behind it")) << places;
+    }
+  }
+}
+
 TEST(JsonWriter, NeighboursOfSpecialBytesAreNotMistakenForThem) {
-  // Behind a byte that is found, a borrow could mark the next one.
   const std::string text = "\"#\\]\x1F\x20\"\"##\\\\]]\x01!\x7F\xA2\xDC";
   EXPECT_EQ(WrittenString(text), Escaped(text));
 }
