@@ -3,7 +3,6 @@
 
 import json
 import os
-import sys
 import time
 import unittest
 from pathlib import Path
