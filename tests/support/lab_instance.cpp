@@ -19,10 +19,22 @@ namespace {
 
 namespace fs = std::filesystem;
 
+/// Names the folder of the newest machine of a test to the test's children. A death test's child
+/// goes through the test again, with a machine of its own, and dies before it can remove that: it
+/// lies in the folder of its parent's, which removes both.
+constexpr char kFolderOfParent[] = "HALVARD_TEST_MACHINE";
+
+fs::path FolderForMachines() {
+  const char* const ofParent = std::getenv(kFolderOfParent);
+  return ofParent == nullptr ? fs::temp_directory_path() : fs::path(ofParent);
+}
+
 fs::path MakeTemporaryFolder() {
-  std::string folder =
-      (fs::temp_directory_path() / "halvard \xCE\xA9 \xE8\xA9\xA6 \xF0\x9D\x92\xBD-XXXXXX");
+  // Before this process names a folder of its own.
+  static const fs::path place = FolderForMachines();
+  std::string folder = place / "halvard \xCE\xA9 \xE8\xA9\xA6 \xF0\x9D\x92\xBD-XXXXXX";
   if (mkdtemp(folder.data()) == nullptr) throw std::runtime_error("can't make " + folder);
+  setenv(kFolderOfParent, folder.c_str(), 1);
   return folder;
 }
 
@@ -74,6 +86,7 @@ Instance::Instance(const std::string& machine)
 
 Instance::~Instance() {
   TheZipCopies().EndAll();
+  unsetenv(kFolderOfParent);
   std::error_code ignored;
   fs::remove_all(parent_, ignored);
 }
