@@ -56,8 +56,10 @@ void RunOperation(const wchar_t* name, const std::string& operationInput,
   try {
     if (call.Read(operationInput)) operation(call);
   } catch (const Json::Exception& exception) {
-    // A document that is no object, or a member of a type that has no text.
-    call.Log().Warn(L"%s: The request can't be read: %hs", call.Name().c_str(), exception.what());
+    // A document that is no object, or a member of a type that has no text. It may be one that the
+    // operation has from the runner.
+    call.Log().Warn(L"%s: The request, or the Upgrade Runner's output, can't be read: %hs",
+                    call.Name().c_str(), exception.what());
     call.Reply() = Json::Value();
     SetFailure(call.Reply(), kUnreadableInput);
   }

@@ -54,7 +54,8 @@ class OperationCall {
 
 /// Serves one call: calls \p operation unless the input is no JSON, and then \p completion, once,
 /// with the reply that the operation has made. A request that jsoncpp can't read as the operation
-/// wants it, at whatever place, ends in the same failed reply as one that is no JSON.
+/// wants it, at whatever place, ends in the same failed reply as one that is no JSON; so does a
+/// document of the runner's.
 /// \param name  The operation's full name, as "Halvard::MigratorSvc::AsyncServiceImpl::ShutdownHv".
 /// \param operation  Asks its guards, does its work, fills the reply.
 void RunOperation(const wchar_t* name, const std::string& operationInput,

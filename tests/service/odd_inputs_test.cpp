@@ -4,12 +4,10 @@
 namespace Halvard::MigratorSvc {
 namespace {
 
-using testing::AllOf;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::Field;
 using Testing::InfoLine;
-using testing::Not;
 using testing::StartsWith;
 using Testing::WarningLine;
 
@@ -71,8 +69,10 @@ TEST_F(OddInput, DocumentThatIsNoObjectIsRefusedLikeOneThatIsNoJson) {
       EXPECT_EQ(result.console, L"");
       EXPECT_THAT(
           result.log,
-          Contains(Field(&Testing::LogLine::message,
-                         StartsWith(FullName(operation.name) + L": The request can't be read: "))));
+          Contains(Field(
+              &Testing::LogLine::message,
+              StartsWith(FullName(operation.name) +
+                         L": The request, or the Upgrade Runner's output, can't be read: "))));
     });
   }
   SendToAll(Nested(900), [](const KnownOperation&, const CallResult& result) {
