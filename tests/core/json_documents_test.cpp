@@ -8,7 +8,6 @@ namespace {
 using testing::Contains;
 using testing::ElementsAre;
 using Testing::InfoLine;
-using testing::Not;
 using Testing::OwnLog;
 using Testing::WarningLine;
 

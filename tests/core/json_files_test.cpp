@@ -1,6 +1,5 @@
 #include "core/json_files.h"
 
-#include "core/text.h"
 #include "core_test.h"
 #include "host/unique_resource.h"
 

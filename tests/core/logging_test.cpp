@@ -1,6 +1,5 @@
 #include "core/logging.h"
 
-#include <regex>
 #include <thread>
 
 #include "core/log_file.h"
@@ -15,7 +14,6 @@ using testing::ElementsAre;
 using testing::EndsWith;
 using Testing::ErrorLine;
 using Testing::InfoLine;
-using testing::Not;
 using Testing::OwnLog;
 using testing::SizeIs;
 using Testing::WarningLine;

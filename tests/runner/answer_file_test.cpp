@@ -5,7 +5,6 @@
 #include <string>
 
 #include "host/unique_resource.h"
-#include "machine/text.h"
 #include "runner_test.h"
 
 namespace Halvard::Runner {

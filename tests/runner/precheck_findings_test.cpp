@@ -10,7 +10,6 @@ namespace {
 using testing::Contains;
 using testing::ElementsAre;
 using Testing::InfoLine;
-using testing::IsEmpty;
 using Testing::OwnLog;
 using testing::StartsWith;
 

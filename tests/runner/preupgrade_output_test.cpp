@@ -9,12 +9,10 @@ namespace Halvard::Runner {
 namespace {
 
 using testing::Contains;
-using testing::ElementsAre;
 using Testing::ErrorLine;
 using Testing::InfoLine;
 using testing::IsEmpty;
 using Testing::Known;
-using testing::Not;
 using Testing::OwnLog;
 
 class PreUpgradeOutput : public CoreTest {

@@ -5,13 +5,11 @@
 #include "core/property_defaults.h"
 #include "discovery/known_names.h"
 #include "preupgrade_test.h"
-#include "runner/runner_launch.h"
 #include "runner_test.h"
 
 namespace Halvard::Runner {
 namespace {
 
-using testing::AllOf;
 using testing::Contains;
 using Testing::ErrorLine;
 using Testing::InfoLine;

@@ -2,12 +2,10 @@
 
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "core/automated_tum_upgrade.h"
 #include "core/locales.h"
 #include "core/temp_directory.h"
-#include "host/windows_api.h"
 #include "machine/machine.h"
 #include "runner_test.h"
 #include "support/console_capture.h"

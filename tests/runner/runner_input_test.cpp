@@ -11,7 +11,6 @@
 #include "core/property_defaults.h"
 #include "core/text.h"
 #include "files/rights.h"
-#include "host/unique_resource.h"
 #include "runner_test.h"
 
 namespace Halvard::Runner {

@@ -6,7 +6,6 @@
 #include <string>
 
 #include "host/failing_allocation.h"
-#include "machine/machine.h"
 #include "support/lab_instance.h"
 #include "support/log_lines.h"
 

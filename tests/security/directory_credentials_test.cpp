@@ -7,7 +7,6 @@ namespace {
 
 using ::testing::ElementsAre;
 using Testing::ErrorLine;
-using ::testing::HasSubstr;
 using Testing::InfoLine;
 using ::testing::Not;
 using Testing::OwnLog;

@@ -13,7 +13,6 @@ using testing::Contains;
 using testing::ElementsAre;
 using Testing::ErrorLine;
 using Testing::InfoLine;
-using testing::Not;
 using Testing::OwnLog;
 using Testing::WarningLine;
 

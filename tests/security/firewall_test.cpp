@@ -6,7 +6,6 @@
 #include "com/apartment.h"
 #include "com/com_object.h"
 #include "core/core_test.h"
-#include "host/firewall_api.h"
 
 namespace Halvard::Security {
 namespace {

@@ -7,7 +7,6 @@
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/ssl/context.hpp>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -33,7 +32,6 @@ using ::testing::ElementsAre;
 using Testing::ErrorLine;
 using ::testing::HasSubstr;
 using Testing::InfoLine;
-using ::testing::Not;
 using Testing::OwnLog;
 using ::testing::StartsWith;
 

@@ -1,8 +1,8 @@
 #include "security/path_permissions.h"
 
 #include "core/core_test.h"
-#include "host/access_control_api.h"
 #include "host/failing_allocation.h"
+#include "host/windows_api.h"
 #include "machine/handles.h"
 #include "security/sddl.h"
 
@@ -14,9 +14,7 @@ using testing::ElementsAre;
 using Testing::ErrorLine;
 using Testing::FailingAllocation;
 using Testing::InfoLine;
-using testing::IsEmpty;
 using Testing::LogLine;
-using testing::Not;
 using Testing::OwnLog;
 using Testing::WarningLine;
 

@@ -5,7 +5,6 @@
 
 #include <cstring>
 #include <string>
-#include <vector>
 
 #include "files/rights.h"
 #include "host/failing_allocation.h"

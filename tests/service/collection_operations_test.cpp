@@ -1,5 +1,4 @@
 // What the collecting operations answer.
-#include "core/property_defaults.h"
 #include "service_test.h"
 
 namespace Halvard::MigratorSvc {

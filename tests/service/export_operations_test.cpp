@@ -13,7 +13,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
-using Testing::InfoLine;
 using testing::IsEmpty;
 using testing::Not;
 using Testing::Step;

@@ -6,7 +6,6 @@ namespace Halvard::MigratorSvc {
 namespace {
 
 using testing::Contains;
-using testing::ElementsAre;
 using Testing::ErrorLine;
 using Testing::InfoLine;
 using Testing::WarningLine;

@@ -1,6 +1,5 @@
 #include "status_machines.h"
 
-#include <algorithm>
 #include <chrono>
 #include <stdexcept>
 #include <thread>

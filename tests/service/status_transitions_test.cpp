@@ -1,6 +1,5 @@
 // Every move of every status machine is one of the table, and every row of the table is a move that
 // is seen: the sessions are run one by one, and followed through the table alone for their rows.
-#include <algorithm>
 #include <set>
 
 #include "runner/cached_precheck_results.h"

@@ -14,7 +14,6 @@ using testing::Contains;
 using Testing::ErrorLine;
 using testing::Field;
 using testing::HasSubstr;
-using Testing::InfoLine;
 using Testing::kAcceptedPassword;
 using Testing::LogLine;
 using testing::Not;

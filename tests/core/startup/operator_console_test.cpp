@@ -18,7 +18,6 @@ using testing::EndsWith;
 using Testing::ErrorLine;
 using testing::HasSubstr;
 using Testing::InfoLine;
-using testing::IsEmpty;
 using Testing::kAcceptedPassword;
 using testing::Not;
 using Testing::OwnLog;

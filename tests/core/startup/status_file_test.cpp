@@ -14,14 +14,12 @@
 namespace Halvard {
 namespace {
 
-using testing::Contains;
 using testing::ElementsAre;
 using Testing::ErrorLine;
 using Testing::InfoLine;
 using testing::IsEmpty;
 using testing::Key;
 using Testing::LogLine;
-using testing::Not;
 
 class StatusFile : public CoreTest {
  protected:
