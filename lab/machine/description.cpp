@@ -1,5 +1,6 @@
 #include "machine/description.h"
 
+#include <arpa/inet.h>
 #include <json/reader.h>
 
 #include <algorithm>
@@ -105,21 +106,27 @@ std::uint32_t TcpState(const std::string& name) {
   return name == "timeWait" ? kTimeWait : kListening;
 }
 
-/// Reads {"0.0.0.0:443": "listening"}.
-std::vector<EndPoint> ReadEndPoints(const Json::Value& states) {
+/// Reads {"0.0.0.0:443": "listening"}. Throws std::invalid_argument for a name that is no end
+/// point.
+std::vector<EndPoint> ReadEndPoints(const Json::Value& states, const std::string& place) {
   std::vector<EndPoint> endPoints;
   for (const std::string& name : states.getMemberNames()) {
-    const std::size_t colon = name.find(':');
-    endPoints.push_back({ToWide(name.substr(0, colon)),
-                         static_cast<std::uint16_t>(std::stoul(name.substr(colon + 1))),
-                         TcpState(states[name].asString())});
+    const auto endPoint = ParseHostPort(name);
+    in_addr address{};
+    if (!endPoint || inet_pton(AF_INET, endPoint->host.c_str(), &address) != 1) {
+      throw std::invalid_argument(place +
+                                  ": expected an IPv4 address, a colon and a port: " + name);
+    }
+    endPoints.push_back(
+        {ToWide(endPoint->host), endPoint->port, TcpState(states[name].asString())});
   }
   return endPoints;
 }
 
+/// Throws std::invalid_argument for what are no end points.
 void ReadPorts(const Json::Value& ports, Description& description) {
-  description.tcp = ReadEndPoints(ports["tcp"]);
-  description.udp = ReadEndPoints(ports["udp"]);
+  description.tcp = ReadEndPoints(ports["tcp"], "/ports/tcp");
+  description.udp = ReadEndPoints(ports["udp"], "/ports/udp");
   description.hostEndPoints = ports.get("host", false).asBool();
 }
 
@@ -227,11 +234,11 @@ Description ParseDescription(const Json::Value& document, const std::filesystem:
   for (const std::string& drive : document["disks"].getMemberNames()) {
     description.freeBytes[ToWide(drive).front()] = document["disks"][drive]["free"].asUInt64();
   }
-  ReadPorts(document["ports"], description);
   description.graceNeedsForceSelf = document["shutdown"].get("graceNeedsForceSelf", false).asBool();
   description.firewall = ReadFirewall(document["firewall"]);
   description.zipCopying = ReadZipCopying(document["zipCopying"]);
   try {
+    ReadPorts(document["ports"], description);
     ReadNetwork(document, description);
     description.fileVersions = ReadFileVersions(document["fileVersions"]);
     description.folders = ReadFolders(document["folderRights"], document["folderAttributes"]);
