@@ -1,5 +1,7 @@
 #include "guard_model.h"
 
+#include <iterator>
+
 namespace Halvard::MigratorSvc {
 namespace {
 
@@ -56,7 +58,7 @@ const PhaseRefusal kExportRuns1094{L"EXPORT_STATUS", L"RUNNING", 1094};
 const PhaseRefusal kExportRuns1170{L"EXPORT_STATUS", L"RUNNING", 1170};
 
 /// In the order of kOperations.
-const std::vector<Way> kWays = {
+const Way kWays[] = {
     {1192, {}, 0, For::kAll, 0, Work::kDescribesDeployment},
     {0, {kExportRuns1085, kChecksRun1086}, 0, For::kAll, 0, Work::kAnswersPreparedPrechecks},
     {0, {}, 0, For::kAll, 1189, Work::kAnswersPreparedPrechecks},
@@ -81,6 +83,7 @@ const std::vector<Way> kWays = {
     {0, {kExportRuns1170}, 0, For::kUpdateManager, 0, Work::kEndsAgent},
     {0, {}, 0, For::kAllButUpdateManager, 1201, Work::kLogsOn},
 };
+static_assert(std::size(kWays) == std::size(kOperations), "each operation has its way");
 
 const std::wstring kUser = L"Administrator@ostrel.local";
 const std::wstring kRight = Testing::kAcceptedPassword;
