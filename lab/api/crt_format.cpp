@@ -1,14 +1,15 @@
 // printf-style formatting with the meaning that Windows' C runtime gives to conversions: %s is wide
 // in a wide format, %hs and %S are narrow, %ld has 32 bits. Each line of the log comes through here
-// several times: nothing is put together anywhere but in the caller's buffer.
+// several times, so text and whole numbers go straight into the caller's buffer.
 #include <algorithm>
+#include <cctype>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
 #include <string>
 #include <string_view>
-#include <utility>
 
 #include "crt.h"
 #include "machine/call.h"
