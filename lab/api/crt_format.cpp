@@ -304,7 +304,7 @@ void FormatDouble(const Conversion& conversion, Arguments& arguments, Output& ou
   const int precision = conversion.precision < 0 ? 6 : conversion.precision;
   const int size = std::snprintf(nullptr, 0, format, precision, std::fabs(value));
   std::string digits(static_cast<std::size_t>(size), '\0');
-  std::snprintf(digits.data(), digits.size() + 1, format, precision, std::fabs(value));
+  (void)std::snprintf(digits.data(), digits.size() + 1, format, precision, std::fabs(value));
   AppendNumber(conversion, SignOf(conversion, std::signbit(value)), 0, digits, output);
 }
 
