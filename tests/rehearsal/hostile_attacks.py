@@ -13,7 +13,7 @@ from mangling import REACHES, Mangling, mangled
 INFRASTRUCTURE, MANAGEMENT = ('infrastructure', '5.5'), ('management', '5.5')
 WRONG_CREDENTIALS, NO_INVENTORY, NO_CONTROLLER, NO_PRECHECKS = 1098, 1087, 1090, 1091
 NO_SYSTEM_NAME, NO_TIME, NO_COPY, NO_ANSWER = 1105, 1154, 1076, 1082
-MOST_DOCUMENT_BYTES = 4 << 20
+MOST_DOCUMENT_BYTES = 1 << 20
 # Answers are short; behind them a handshake is hit.
 DIRECTORY_REACHES = (1, 8, 16, 32, 64, 2048)
 
@@ -88,6 +88,7 @@ def run_prechecks(scenario):
 
 def export(scenario):
     """The answer to the question that there may be; whatever is polled goes to the client as it is."""
+    scenario.exports += 1
     started = scenario.call('invoke_export')
     if started != {'result': 'success', 'error': ''}:
         raise AssertionError(f'the export isn\'t started: {started}')
@@ -103,6 +104,7 @@ def fail_export(scenario):
     again, as before the first one."""
     remove_answers(scenario)
     scenario.world.order_runner([json.dumps({'status': 'error'}).encode()], 1)
+    scenario.exports += 1
     scenario.call('invoke_export')
     scenario.await_line('Changing the status of export result to: FAIL')
     scenario.world.tell_the_truth()

@@ -1,6 +1,5 @@
-"""Servers and files that lie: each seed mangles what one of them tells the agent. Whatever that
-is, the agent answers as it may, tells why, keeps nothing, gives nothing away, and goes on when the lies
-end.
+"""Servers and files that lie: each seed mangles what one of them tells the agent. Whatever that is, the
+agent answers as it may, tells why, keeps nothing, gives nothing away, and goes on when the lies end.
 
     hostile_servers.py PROGRAMS --seeds 0-199
 """
@@ -23,14 +22,17 @@ from hostile_world import HostileScenario, HostileWorld, have_own_network  # noq
 from seeds import seeds_of  # noqa: E402
 
 LIMIT_SECONDS = 30
-MORE_MEMORY_BYTES = 16 << 20
+MORE_MEMORY_BYTES = 64 << 20  # what the heap keeps of large documents
+# Each goes into a folder below that of the one before, and a path has its limit.
+MOST_EXPORTS = 20
 REASON = re.compile(r'\| [EW]: ')
 
 
 class Trials:
     """Agents that are asked, one for each kind of machine, as soon as one of its kind is needed."""
 
-    def __init__(self):
+    def __init__(self, any_memory):
+        self._any_memory = any_memory
         self._packages = None
         self._worlds = {}
         self._scenarios = {}
@@ -41,11 +43,9 @@ class Trials:
         if self._packages:
             self._packages.end()
 
-    def end_agents(self, any_memory):
-        for scenario in self._scenarios.values():
-            if not any_memory:
-                scenario.check_memory(MORE_MEMORY_BYTES)
-            scenario.end()
+    def end_agents(self):
+        for machine in list(self._scenarios):
+            self._end_agent(machine)
 
     def run(self, seed):
         """Returns what has come of it."""
@@ -69,8 +69,17 @@ class Trials:
             print(scenario.agent.console)
             print('\n'.join(scenario.world.machine.log().splitlines()[-60:]))
 
+    def _end_agent(self, machine):
+        scenario = self._scenarios[machine]
+        if not self._any_memory:
+            scenario.check_memory(MORE_MEMORY_BYTES)
+        scenario.end()
+        self.drop(machine)
+
     def _scenario_of(self, machine):
         """One that has done already what is done once."""
+        if machine in self._scenarios and self._scenarios[machine].exports > MOST_EXPORTS:
+            self._end_agent(machine)
         if machine not in self._scenarios:
             self._worlds[machine] = HostileWorld(FOLDER, *machine)
             scenario = self._scenarios[machine] = HostileScenario(self._worlds[machine])
@@ -93,6 +102,7 @@ def attack_with(attack, scenario, chance):
     seconds = time.monotonic() - started
     outcome = outcome_of(scenario, attack, reply)
     check_log(scenario, outcome)
+    check_secrets(scenario, str(reply), scenario.agent.console)
     scenario.world.tell_the_truth()
     prove(scenario, attack)
     scenario.check_usual(attack.keeps)
@@ -128,8 +138,12 @@ def check_log(scenario, outcome):
     log = scenario.new_log()
     if outcome != 'success' and not REASON.search(log):
         raise AssertionError(f'{outcome} without a reason in the log')
-    secrets = (scenario.world.password, scenario.world.ssh_password)
-    if any(secret in log + scenario.agent.console for secret in secrets):
+    check_secrets(scenario, log)
+
+
+def check_secrets(scenario, *texts):
+    world = scenario.world
+    if any(secret in text for secret in (world.password, world.ssh_password) for text in texts):
         raise AssertionError('a password is shown')
 
 
@@ -162,10 +176,10 @@ def main():
     if not have_own_network():
         print('Skipped: this host permits no network of our own')
         return programs.SKIPPED
-    trials = Trials()
+    trials = Trials(options.any_memory)
     try:
         failures = [seed for seed in options.seeds if not run_seed(trials, seed, options.show)]
-        trials.end_agents(options.any_memory)
+        trials.end_agents()
     finally:
         trials.end()
     print(f'{len(options.seeds) - len(failures)} of {len(options.seeds)} held'

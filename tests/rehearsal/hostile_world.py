@@ -59,7 +59,11 @@ class HostileWorld(World):
         options = types.SimpleNamespace(type=kind, source=source, locale='en', export_size=1 << 16)
         super().__init__(Settings(options), programs_folder, self._folder / 'machine', scratch,
                          Narrator(io.StringIO()))
-        self._start_all()
+        try:
+            self._start_all()
+        except Exception:
+            self.end()
+            raise
 
     def end(self):
         super().end()
@@ -134,6 +138,7 @@ class HostileScenario:
         self._read = 0
         self._usual = None
         self._memory = 0
+        self.exports = 0  # that it was asked for
 
     def end(self):
         """Ends the agent as its operator would."""
