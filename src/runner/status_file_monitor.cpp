@@ -1,6 +1,5 @@
 #include "runner/status_file_monitor.h"
 
-#include <iterator>
 #include <optional>
 #include <string>
 

@@ -1,7 +1,6 @@
 #include "security/security_descriptor.h"
 
 #include <new>
-#include <utility>
 
 #include "core/logging.h"
 

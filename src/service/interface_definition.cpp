@@ -1,6 +1,5 @@
 #include "service/interface_definition.h"
 
-#include <utility>
 #include <vector>
 
 #include <boost/function.hpp>

@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <string_view>
 
 #include "core/automated_tum_upgrade.h"
 #include "core/locales.h"

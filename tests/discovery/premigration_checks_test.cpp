@@ -2,7 +2,6 @@
 
 #include <json/reader.h>
 
-#include <deque>
 #include <optional>
 #include <stdexcept>
 

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
 
 #include "failing_allocation.h"
 #include "support/lab_instance.h"

@@ -3,9 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cwchar>
 #include <string>
-#include <vector>
 
 #include "machine/handles.h"
 #include "machine/machine.h"

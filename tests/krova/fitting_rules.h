@@ -2,7 +2,6 @@
 // walks with a stack and reports; this recurses and says yes or no.
 #pragma once
 
-#include <set>
 #include <string>
 
 #include "krova/data/definition.h"

@@ -2,8 +2,6 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 
-#include <string>
-
 #include "program_run.h"
 #include "support/lab_instance.h"
 

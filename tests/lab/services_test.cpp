@@ -6,7 +6,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <string>
 
 #include "host/windows_api.h"
 #include "machine/machine.h"

@@ -1,6 +1,5 @@
 // Every combination of what a candidate can meet, against the outcomes as a table.
 #include <array>
-#include <optional>
 #include <tuple>
 
 #include "network/name_validation.h"

@@ -4,7 +4,6 @@
 
 #include <boost/system/system_error.hpp>
 #include <future>
-#include <set>
 #include <stdexcept>
 
 namespace {

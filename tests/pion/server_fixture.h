@@ -6,7 +6,6 @@
 #include <boost/asio/ip/tcp.hpp>
 #include <chrono>
 #include <condition_variable>
-#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>

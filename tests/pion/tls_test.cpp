@@ -2,8 +2,6 @@
 #include <openssl/err.h>
 
 #include <boost/asio/ssl/error.hpp>
-#include <thread>
-#include <vector>
 
 #include "server_fixture.h"
 

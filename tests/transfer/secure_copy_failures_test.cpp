@@ -1,6 +1,5 @@
 // Every way in which a copy ends before its time.
 #include <fstream>
-#include <functional>
 
 #include "host/unique_resource.h"
 #include "secure_copy_fixture.h"

@@ -1,7 +1,5 @@
 // The parsers that no header declares: programs look them up in ntdll.dll.
 #include <cstring>
-#include <cwchar>
-#include <string>
 
 #include "support.h"
 

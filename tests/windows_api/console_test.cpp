@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <string>
 
 #include "host/unique_resource.h"
 #include "scratch_folder.h"

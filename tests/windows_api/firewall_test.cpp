@@ -1,8 +1,6 @@
 // The firewall's objects.
 #include "host/firewall_api.h"
 
-#include <string>
-
 #include "host/com.h"
 #include "support.h"
 

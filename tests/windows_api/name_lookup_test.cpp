@@ -1,7 +1,5 @@
 // Addresses of names and texts, without a network: what needs no resolver beyond the machine.
 #include <array>
-#include <cstring>
-#include <memory>
 #include <string>
 #include <vector>
 

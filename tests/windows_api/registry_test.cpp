@@ -1,4 +1,3 @@
-#include <cstring>
 #include <vector>
 
 #include "support.h"

@@ -1,8 +1,6 @@
 // Events, threads, mutexes and waiting for them.
 #include <gtest/gtest.h>
 
-#include <string>
-
 #include "host/unique_resource.h"
 #include "scratch_folder.h"
 #include "support.h"

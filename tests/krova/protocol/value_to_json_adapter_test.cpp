@@ -2,9 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <limits>
 #include <memory>
-#include <string>
 
 #include "krova/protocol/value_text.h"
 

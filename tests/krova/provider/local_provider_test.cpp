@@ -1,7 +1,6 @@
 #include "krova/provider/local_provider.h"
 
 #include <deque>
-#include <mutex>
 #include <stdexcept>
 #include <string>
 #include <thread>

@@ -1,7 +1,6 @@
 #include "krova/provider/method_signal.h"
 
 #include <stdexcept>
-#include <string>
 #include <thread>
 
 #include <gmock/gmock.h>

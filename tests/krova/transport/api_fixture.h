@@ -7,7 +7,6 @@
 #include <functional>
 #include <memory>
 #include <string>
-#include <utility>
 
 #include "krova/core/contract.h"
 #include "krova/data/value.h"

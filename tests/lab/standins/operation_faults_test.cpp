@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <string>
 
 #include "standins/soap_client.h"
 #include "support/kelvane_server.h"

@@ -9,7 +9,6 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <memory>
 #include <sstream>
 
 #include "standins/sshd/tcp_relay.h"

@@ -11,7 +11,6 @@
 #include <algorithm>
 #include <atomic>
 #include <cstddef>
-#include <fstream>
 #include <string>
 #include <thread>
 #include <vector>
