@@ -10,6 +10,7 @@ using testing::HasSubstr;
 using Testing::InfoLine;
 using testing::Not;
 using testing::StartsWith;
+using Testing::WarningLine;
 
 TEST_F(PrecheckOperations, ReplyIsAnsweredToTheByte) {
   EXPECT_EQ(Invoke().text, R"({
@@ -251,6 +252,18 @@ TEST_F(PrecheckOperations, RequestWithoutTextsInAPhaseThatChecksNoneIsStillAnswe
   request["sso_username"] = Json::Value(Json::arrayValue);
   EXPECT_EQ(Call(kCached, request).Error(),
             "Internal error. Failed to convert input string to Json object.");
+}
+
+TEST_F(PrecheckOperations, OutputOfWrongTypesIsAnsweredAndNamedInTheLog) {
+  // As the runner's phase ends then, behind a line of its own.
+  Testing::TheSurroundings().duringPrechecks = [] { throw Json::LogicError("no object"); };
+  const CallResult result = Invoke("fr");
+  EXPECT_EQ(result.Error(), "Internal error. Failed to convert input string to Json object.");
+  EXPECT_EQ(result.reply.size(), 2u);
+  EXPECT_THAT(result.log,
+              Contains(WarningLine(
+                  FullName(L"InvokePreUpgrade") +
+                  L": The request, or the Upgrade Runner's output, can't be read: no object")));
 }
 
 }  // namespace
