@@ -1,11 +1,16 @@
 // Servers that say nothing, or nothing that can be understood.
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/read.hpp>
+#include <boost/asio/write.hpp>
 #include <future>
+#include <string_view>
 
 #include "secure_copy_fixture.h"
 
 namespace Halvard::Transfer {
 namespace {
 
+using ::testing::ElementsAre;
 using Testing::ErrorLine;
 using Testing::OwnLog;
 using ::testing::SizeIs;
@@ -42,6 +47,49 @@ TEST_F(SilentServer, IsWaitedForAmidTheContent) {
   CopyUntilClosed(500'000);
   EXPECT_THAT(Errors(), SizeIs(1));
   EXPECT_THAT(OwnLog().back(), ErrorLine(L"ScpFile: Failed to write file content to channel."));
+}
+
+/// Says its words to the one that comes, and listens until that one goes.
+class TalkingServer {
+ public:
+  explicit TalkingServer(std::string_view words)
+      : serving_(std::async(std::launch::async, [this, words] { Serve(words); })) {}
+
+  std::string Address() const {
+    return "127.0.0.1:" + std::to_string(acceptor_.local_endpoint().port());
+  }
+
+ private:
+  using Tcp = boost::asio::ip::tcp;
+
+  void Serve(std::string_view words) {
+    Tcp::socket client = acceptor_.accept();
+    boost::system::error_code ignored;
+    boost::asio::write(client, boost::asio::buffer(words), ignored);
+    std::string heard;
+    boost::asio::read(client, boost::asio::dynamic_buffer(heard), ignored);
+  }
+
+  boost::asio::io_context context_;
+  Tcp::acceptor acceptor_{context_, {boost::asio::ip::address_v4::loopback(), 0}};
+  std::future<void> serving_;
+};
+
+using TalkingServerTest = SecureCopyTest;
+
+// The library, as it comes, counts on through all that were announced.
+TEST_F(TalkingServerTest, IsLeftAtOnceIfItHasFewerExtensionsThanItSays) {
+  constexpr std::string_view kWords(
+      "SSH-2.0-x\r\n"
+      "\0\0\0\x0C\x06"                     // a packet in the clear, with 6 bytes of padding
+      "\x07\xFF\xFF\xFF\xFF\0\0\0\0\0\0",  // 4,294,967,295 extensions, and none of them
+      27);
+  const TalkingServer server(kWords);
+  Place(server.Address());
+  EXPECT_FALSE(Copy());
+  EXPECT_THAT(Errors(),
+              ElementsAre(ErrorLine(
+                  L"ScpFile: Handshake failed with remote host [192.0.2.20]. Error: -1")));
 }
 
 }  // namespace
