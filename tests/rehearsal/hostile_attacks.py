@@ -43,6 +43,10 @@ def mangle_appliance(world, chance):
     mangle_line(world.lines['lab-sshd'], chance, False, SSH_TOKENS)
 
 
+def replace_appliance(world, chance):
+    world.replace_appliance(chance)
+
+
 def mangle_line(line, chance, inside, tokens, reaches=REACHES):
     """All connections to the server, or one of them, inside of their TLS or below it."""
     only = chance.choice((None, None, 0, 1, 2))
@@ -147,6 +151,7 @@ ATTACKS = (
     Attack('time server', INFRASTRUCTURE, mangle_time, call_of('collect_network_config'),
            (NO_TIME,)),
     Attack('appliance', INFRASTRUCTURE, mangle_appliance, copy_logs, (NO_COPY,), NO_COPY),
+    Attack('appliance inside', INFRASTRUCTURE, replace_appliance, copy_logs, (NO_COPY,), NO_COPY),
     Attack('appliance\'s program', INFRASTRUCTURE, mangle_copy, copy_logs, (NO_COPY,), NO_COPY),
     Attack('name of the appliance', INFRASTRUCTURE, mangle_names, copy_logs, (NO_COPY,), NO_COPY),
     Attack('name of the machine', INFRASTRUCTURE, mangle_names, run_prechecks, (NO_SYSTEM_NAME,)),

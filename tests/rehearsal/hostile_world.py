@@ -17,6 +17,7 @@ from api_client import Client
 from hostile_datagrams import DatagramServer, name_answer, time_answer
 from installer import host_of
 from lab_machine import AGENT_FOLDER
+from lying_ssh_server import LyingSshServer
 from mangled_line import MangledLine, make_certificate
 from narrator import Narrator
 from processes import Agent
@@ -50,10 +51,12 @@ class HostileWorld(World):
         scratch = self._folder / 'scratch'
         scratch.mkdir()
         self.lines = {}
+        self.thumbprint = None  # of the appliance that there is
         self._certificate = scratch / 'line.pem'
         make_certificate(self._certificate)
         self.names = DatagramServer(lambda query: name_answer(query, NAMES))
         self.time = DatagramServer(time_answer)
+        self.appliance_in_place = LyingSshServer()
         self.scp_seed = self._empty_file('scp-seed')
         self.runner_orders = self._empty_file('runner-orders')
         options = types.SimpleNamespace(type=kind, source=source, locale='en', export_size=1 << 16)
@@ -67,15 +70,23 @@ class HostileWorld(World):
 
     def end(self):
         super().end()
-        for each in (*self.lines.values(), self.names, self.time):
+        for each in (*self.lines.values(), self.names, self.time, self.appliance_in_place):
             each.end()
         shutil.rmtree(self._folder, ignore_errors=True)
 
     def tell_the_truth(self):
         for each in (*self.lines.values(), self.names, self.time):
             each.arm(None)
+        self.lines['lab-sshd'].lead_to(None)
+        self.thumbprint = self.appliance.facts['thumbprints']['rsa']
         for file in (self.scp_seed, self.runner_orders):
             file.write_text('', encoding='ascii')
+
+    def replace_appliance(self, chance):
+        """By one whose messages may be any."""
+        self.appliance_in_place.arm(chance)
+        self.lines['lab-sshd'].lead_to(self.appliance_in_place.port)
+        self.thumbprint = self.appliance_in_place.thumbprint
 
     def order_runner(self, documents, code):
         """What the next runners write, one after the other, and end with."""
@@ -102,6 +113,7 @@ class HostileWorld(World):
             self.start_server()
         self.start_directory()
         self.start_appliance()
+        self.tell_the_truth()
         self.settings.patch = {'clock': {'speed': CLOCK_SPEED}, 'dns': {'names': None,
                                'server': DNS_SERVER}, 'addressMap': self._own_addresses(),
                                'programs': {'python.exe': str(self._runner())}}
@@ -155,7 +167,7 @@ class HostileScenario:
         facts = self.world.appliance.facts
         return {'ssh_server': APPLIANCE, 'ssh_folder': facts['folder'], 'ssh_user': facts['user'],
                 'ssh_password': self.world.ssh_password,
-                'ssh_thumbprint': {'rsa': facts['thumbprints']['rsa']}}
+                'ssh_thumbprint': {'rsa': self.world.thumbprint}}
 
     def new_log(self):
         """What the log has more than before. Raises ValueError when it isn't text."""

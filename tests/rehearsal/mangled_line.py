@@ -29,7 +29,8 @@ class MangledLine:
     """Listens on both loopback addresses and passes on what comes, either way."""
 
     def __init__(self, port, certificate):
-        self._target = ('127.0.0.1', port)
+        self._real_port = port
+        self._target_port = port
         self._certificate = certificate
         self._plan = None
         self._count = 0
@@ -47,6 +48,10 @@ class MangledLine:
         connection's Mangling and whether that is inside of TLS, or None. No plan mangles nothing."""
         self._count = 0
         self._plan = plan
+
+    def lead_to(self, port):
+        """From now on the server is another; None: the real one."""
+        self._target_port = port or self._real_port
 
     def end(self):
         for listener in self._listeners:
@@ -69,7 +74,7 @@ class MangledLine:
         mangling, inside = planned or (None, False)
         with contextlib.ExitStack() as ends:
             try:
-                server = ends.enter_context(socket.create_connection(self._target, CONNECT_SECONDS))
+                server = ends.enter_context(self._connect())
                 if inside:
                     server = ends.enter_context(self._as_client(server))
                     client = self._as_server(client)
@@ -80,6 +85,9 @@ class MangledLine:
                 with contextlib.suppress(OSError):
                     client.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, RESET)
             client.close()
+
+    def _connect(self):
+        return socket.create_connection(('127.0.0.1', self._target_port), CONNECT_SECONDS)
 
     @staticmethod
     def _as_client(connection):
