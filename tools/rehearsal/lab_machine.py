@@ -32,6 +32,12 @@ def files_below(folder):
     return (path for path in folder.rglob('*') if path.is_file() and not path.is_symlink())
 
 
+def content(path):
+    """Of one of the system's many small files."""
+    with open(path, 'rb', buffering=0) as file:
+        return file.read()
+
+
 class AgentFiles:
     """What the agent leaves below `temp_folder`, which is the machine's to tell."""
 
@@ -141,15 +147,10 @@ class LabMachine(AgentFiles):
         """The processes that run on the machine: their names by their ids."""
         mark = f'HALVARD_LAB={self.folder}'.encode()
         found = {}
-        for folder in Path('/proc').iterdir():
-            if not folder.name.isdigit():
-                continue
-            try:
-                if mark in (folder / 'environ').read_bytes().split(b'\0'):
-                    name = (folder / 'comm').read_text(encoding='utf-8').strip()
-                    found[int(folder.name)] = name
-            except OSError:
-                continue
+        for number in filter(str.isdigit, os.listdir('/proc')):
+            with contextlib.suppress(OSError):
+                if mark in content(f'/proc/{number}/environ').split(b'\0'):
+                    found[int(number)] = content(f'/proc/{number}/comm').decode().strip()
         return found
 
     def remove(self):

@@ -11,7 +11,7 @@ import time
 # pylint: disable=import-error
 from processes import free_port
 
-STEP_SECONDS = 0.005
+STEP_SECONDS = 0.02
 # From the line that says so, until the status file has to be there.
 GRACE_SECONDS = 0.5
 LISTENING = '0A'
