@@ -12,7 +12,7 @@ from world import ADMINISTRATOR, APPLIANCE, QUESTION
 
 # Nothing that the agent waits for takes so long with the clock of these machines.
 START_SECONDS = 120
-EXPORT_SECONDS = 60
+EXPORT_SECONDS = 20
 POLL_SECONDS = 0.03
 # Polls of an export whose runner is gone, before nobody expects an end of it any more.
 LAST_POLLS = 10
