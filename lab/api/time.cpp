@@ -21,12 +21,6 @@ DWORD WINAPI GetTickCount() {
   return static_cast<DWORD>(Lab::TheMachine().Clock().Ticks());
 }
 
-ULONGLONG WINAPI GetTickCount64() {
-  const Lab::Call call("GetTickCount64");
-  LAB_SUPPORTS(!call.PlannedError());
-  return Lab::TheMachine().Clock().Ticks();
-}
-
 void WINAPI Sleep(DWORD milliseconds) {
   const Lab::Call call("Sleep");
   LAB_SUPPORTS(!call.PlannedError());

@@ -15,7 +15,6 @@ struct GUID {
 using IID = GUID;
 using CLSID = GUID;
 using KNOWNFOLDERID = GUID;
-using REFGUID = const GUID&;
 using REFIID = const IID&;
 using REFCLSID = const CLSID&;
 using REFKNOWNFOLDERID = const KNOWNFOLDERID&;

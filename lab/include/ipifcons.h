@@ -1,7 +1,6 @@
 // Kinds of network adapters.
 #pragma once
 
-#define IF_TYPE_OTHER 1
 #define IF_TYPE_ETHERNET_CSMACD 6
 #define IF_TYPE_ISO88025_TOKENRING 9
 #define IF_TYPE_PPP 23

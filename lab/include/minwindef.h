@@ -9,8 +9,6 @@
 
 // Calling conventions say nothing on this platform.
 #define WINAPI
-#define CALLBACK
-#define APIENTRY
 
 #define FALSE 0
 #define TRUE 1
@@ -20,7 +18,6 @@
 using BYTE = std::uint8_t;
 using UCHAR = std::uint8_t;
 using WORD = std::uint16_t;
-using USHORT = std::uint16_t;
 using DWORD = std::uint32_t;
 using ULONG = std::uint32_t;
 using ULONGLONG = std::uint64_t;
@@ -34,13 +31,10 @@ using PDWORD = DWORD*;
 using PULONG = ULONG*;
 using SHORT = std::int16_t;
 using LPBOOL = BOOL*;
-using LPHANDLE = HANDLE*;
 using LPVOID = void*;
 using LPCVOID = const void*;
 using SIZE_T = std::size_t;
 using ULONG_PTR = std::uintptr_t;
-using DWORD_PTR = std::uintptr_t;
-using UINT_PTR = std::uintptr_t;
 using LONG_PTR = std::intptr_t;
 
 struct HINSTANCE__;

@@ -5,8 +5,6 @@
 #include <minwindef.h>
 #include <winnt.h>
 
-#define INSTALLPROPERTY_VERSIONSTRING L"VersionString"
-
 typedef enum tagINSTALLUILEVEL {
   INSTALLUILEVEL_DEFAULT = 1,
   INSTALLUILEVEL_NONE = 2,

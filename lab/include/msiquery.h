@@ -1,4 +1,5 @@
-// The installer's packages. Nothing of it is called yet beyond what msi.h has.
+// The insides of the installer's packages. The agent has the installer unpack them, so it calls
+// none of these functions: msi.h has what it calls.
 #pragma once
 
 #include <msi.h>

@@ -67,7 +67,6 @@ struct DNS_RECORDW {
     DNS_AAAA_DATA AAAA;
   } Data;
 };
-using DNS_RECORD = DNS_RECORDW;
 using PDNS_RECORD = DNS_RECORDW*;
 
 /// \return The status: 0, or the code of the failure.

@@ -19,10 +19,8 @@
 
 enum LDAP_RETCODE {
   LDAP_SUCCESS = 0x00,
-  LDAP_PROTOCOL_ERROR = 0x02,
   LDAP_NO_SUCH_ATTRIBUTE = 0x10,
   LDAP_NO_SUCH_OBJECT = 0x20,
-  LDAP_INVALID_DN_SYNTAX = 0x22,
   LDAP_INVALID_CREDENTIALS = 0x31,
   LDAP_UNWILLING_TO_PERFORM = 0x35,
   LDAP_SERVER_DOWN = 0x51,
@@ -38,7 +36,6 @@ using LDAP = LabLdapSession;
 using PLDAP = LDAP*;
 struct LabLdapMessage;
 using LDAPMessage = LabLdapMessage;
-using PLDAPMessage = LDAPMessage*;
 struct LabBerElement;
 using BerElement = LabBerElement;
 struct l_timeval;

@@ -13,11 +13,8 @@ using PCWSTR = const WCHAR*;
 using LPCWSTR = const WCHAR*;
 using LPSTR = CHAR*;
 using LPCSTR = const CHAR*;
-using LPCH = CHAR*;
 using LPCCH = const CHAR*;
-using LPWCH = WCHAR*;
 using LPCWCH = const WCHAR*;
-using PZZWSTR = WCHAR*;
 using PCZZWSTR = const WCHAR*;
 using PVOID = void*;
 using HANDLE = void*;
@@ -26,7 +23,6 @@ using LONG = std::int32_t;
 using LONGLONG = std::int64_t;
 using HRESULT = std::int32_t;
 using BOOLEAN = std::uint8_t;
-using PBOOLEAN = BOOLEAN*;
 using LANGID = std::uint16_t;
 
 #define MAKELANGID(primary, sub) (static_cast<LANGID>(((sub) << 10) | (primary)))
@@ -150,10 +146,8 @@ using PULARGE_INTEGER = ULARGE_INTEGER*;
 #define REG_NONE 0u
 #define REG_SZ 1u
 #define REG_EXPAND_SZ 2u
-#define REG_BINARY 3u
 #define REG_DWORD 4u
 #define REG_MULTI_SZ 7u
-#define REG_QWORD 11u
 
 /// A security identifier in its binary form. \c SubAuthority goes on behind the end of the
 /// structure: SubAuthorityCount tells how many there are.

@@ -5,6 +5,7 @@
 //   registry.reg   the registry as it is now
 //   services.json  states of services that differ from the description, if there are any
 //   firewall.json  the ports that are open in the firewall, once that was changed
+//   shutdown.json  how the machine was told to shut down, once it was
 //   run/           what running processes share: locks, named objects
 #pragma once
 

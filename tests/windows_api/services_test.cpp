@@ -231,11 +231,4 @@ TEST(GetSystemDirectoryW, TellsLengthOrSize) {
   EXPECT_EQ(LastError(), kSpoiled);
 }
 
-TEST(GetTickCount, IsTheLowerHalfOfTheTicks) {
-  const auto before = static_cast<DWORD>(GetTickCount64());
-  const DWORD ticks = GetTickCount();
-  const auto after = static_cast<DWORD>(GetTickCount64());
-  EXPECT_LE(ticks - before, after - before);
-}
-
 }  // namespace

@@ -52,10 +52,10 @@ TEST(GetSystemTimeAsFileTime, IsTheTimeOfDayInUtc) {
 }
 
 TEST(Sleep, TakesTheTimeOfTheTickCount) {
-  const ULONGLONG before = GetTickCount64();
+  const DWORD before = GetTickCount();
   Sleep(20);
   // The count of a real system goes on in steps of up to 16 ms.
-  EXPECT_GE(GetTickCount64() - before, 4u);
+  EXPECT_GE(GetTickCount() - before, 4u);
 }
 
 }  // namespace

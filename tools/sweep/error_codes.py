@@ -126,7 +126,7 @@ COM_PREFIXES = ('INetFw', 'IShellDispatch_', 'Folder_', 'VariantClear')
 CANNOT_FAIL = {
     'AreAllAccessesGranted', 'CertFreeCertificateContext', 'CoUninitialize', 'DnsFree',
     'FreeAddrInfoW', 'GetCurrentProcess', 'GetCurrentProcessId', 'GetCurrentThread',
-    'GetCurrentThreadId', 'GetSystemTimeAsFileTime', 'GetTickCount', 'GetTickCount64',
+    'GetCurrentThreadId', 'GetSystemTimeAsFileTime', 'GetTickCount',
     'GetUserDefaultUILanguage', 'LdapGetLastError', 'MsiSetInternalUI', 'Sleep', 'SysFreeString',
     'SysStringLen', 'VariantInit', 'ber_free', 'ldap_memfreeW'}
 # Codes that tell of an event: whoever meets one tries again, and they don't come without end.
