@@ -7,6 +7,8 @@ import unittest
 
 from runner_case import input_of, kelvd, PATIENCE_SECONDS, RunnerTest, sso
 
+TRIES = 20
+
 
 class Requirements(RunnerTest):
     def names(self, migration_type, version='5.5'):
@@ -133,12 +135,21 @@ class Outcomes(RunnerTest):
 
     def test_output_in_place_can_be_met_half_done(self):
         self.play('requirements', manyFindings=10000, writing='inPlace')
+        # A busy host may leave the reader no time while a document is half done.
+        self.assertTrue(any(self.meets_half_a_document() for _ in range(TRIES)))
+
+    def meets_half_a_document(self):
         self.start('requirements')
         self.wait_until(self.output_path('requirements').exists)
-        with self.assertRaises(ValueError):
+        try:
             self.output('requirements')
+            met = False
+        except ValueError:
+            met = True
         self.assertEqual(self.wait(), 0)
         self.output('requirements')
+        self.output_path('requirements').unlink()
+        return met
 
     def test_it_may_hang_before_or_after_its_output(self):
         for place in ('beforeOutput', 'afterOutput'):
