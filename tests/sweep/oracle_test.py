@@ -92,6 +92,17 @@ class Oracle(unittest.TestCase):
     def test_a_hang_is_found(self):
         self.assert_found('HANG', failed(exit_code=None, hang='the start', census=None))
 
+    def test_a_prompt_whose_text_is_missing_may_wait(self):
+        waits = failed(exit_code=None, hang='the start', census=None, console=Counter())
+        asks = usual()
+        asks.console = Counter(['Enter a password: '])
+        texts = CallSite('LoadStringW', '1a', 1, ('src/core/messages.cpp:1',), 1)
+        self.assertEqual(judge(waits, asks, frozenset(), texts).faults, [])
+        self.assertIn('HANG: the start', judge(waits, asks, frozenset(), SITE).faults)
+        self.assertIn('HANG: the start', judge(waits, usual(), frozenset(), texts).faults)
+        waits.console = asks.console
+        self.assertIn('HANG: the start', judge(waits, asks, frozenset(), texts).faults)
+
     def test_a_status_file_that_denies_the_failure_is_found(self):
         self.assert_found('STATUS', failed(exit_code=255))
         self.assert_found('STATUS', failed(exit_code=255, status={'initialization': 'fail',

@@ -96,7 +96,7 @@ def sweep_scenario(options, scenario, report, done):
         lock = threading.Lock()
         helpers = [threading.Thread(target=help_out, args=(programs, scenario, first, work, report,
                                                            lock))
-                   for _ in range(options.jobs - 1)]
+                   for _ in range(0 if scenario.is_alone else options.jobs - 1)]
         for helper in helpers:
             helper.start()
         try:

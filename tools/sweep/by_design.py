@@ -84,6 +84,8 @@ SILENT = {
         'a line at level info tells it',
     ('WaitForSingleObject', 'src/runner/status_file_monitor.cpp'): 'a line at level info tells it',
     ('WaitForSingleObject', 'src/runner/process_monitor.cpp'): 'what may still run is ended',
+    ('SetConsoleMode', 'src/core/console.cpp'):
+        'a console that doesn\'t get its echo back takes the next answers unseen',
     ('_wfsopen', 'src/core/log_file.cpp'): 'without the file there is no log to tell it',
     ('_wfsopen', 'src/host/files.cpp'): 'the older line has no such file, so it is missing anyway',
 }
@@ -145,6 +147,9 @@ OF_AN_EXPORT_HANDLES = ('Event', 'Job', 'Process', 'Thread', 'Token')
 OF_A_RESTART_HANDLES = (*OF_AN_EXPORT_HANDLES, 'ServiceManager', 'Service')
 # Without its handler a key at the console ends the agent as it ends any program.
 ENDED_BY_KEY = {'SetConsoleCtrlHandler': -signal.SIGINT}
+# A prompt whose text can't be loaded waits for its answer all the same.
+ASKS_WITHOUT_A_WORD = ('LoadStringW',)
+PROMPT = 'Enter '
 
 
 def keeps_memory(function):

@@ -36,6 +36,12 @@ def was_ended_by_key(seen, function):
     return by_design.ENDED_BY_KEY.get(function, STOPPED) == seen.exit_code != STOPPED
 
 
+def waits_at_a_prompt(seen, usual, function):
+    """Whether the operator was asked without a word, and so gave no answer."""
+    return (seen.hang and function in by_design.ASKS_WITHOUT_A_WORD
+            and any(line.startswith(by_design.PROMPT) for line in usual.console - seen.console))
+
+
 def end_faults(seen):
     if seen.hang:
         yield f'HANG: {seen.hang}'
@@ -123,6 +129,8 @@ def judge(seen, usual, usual_files, site):
     told = new_lines(seen, usual)
     if was_ended_by_key(seen, site.function):
         return Verdict('ended', [], told)
+    if waits_at_a_prompt(seen, usual, site.function):
+        return Verdict('waits at a prompt', [], told)
     faults = [*end_faults(seen), *status_faults(seen), *held_faults(seen, usual, site.function),
               *remains_faults(seen, usual_files, site.function), *answer_faults(seen)]
     fired = seen.census is None or seen.census['failures'] > 0

@@ -39,6 +39,7 @@ class Scenario:
     patch: dict = field(default_factory=dict)
     copies: bool = False             # to the appliance
     skips_start: bool = False        # the calls of its start fail in another scenario
+    is_alone: bool = False           # its agent looks for a port itself, as one beside it would
 
 
 @dataclass
@@ -143,7 +144,7 @@ STARTS = [
                     'accounts': {'KVSOURCE\\kelvd-service': {
                         'password': SERVICE_PASSWORD, 'groups': ['S-1-5-32-544'],
                         'serviceLogon': True}}}),
-    Scenario('prompts', 'start at a terminal, and stop', start_at_prompts),
+    Scenario('prompts', 'start at a terminal, and stop', start_at_prompts, is_alone=True),
     Scenario('failing-start', 'a start whose prechecks find an error', start_and_stop,
              patch={'upgradeRunner': {'requirements': {'findings': [FINDING]}}}),
 ]
