@@ -71,6 +71,8 @@ SILENT = {
         'what can\'t be read as an IPv6 address is taken for an IPv4 one',
     ('InitiateShutdownW', 'src/host/machine_shutdown.cpp'):
         'what is refused as it was asked for is asked for in another way',
+    ('LogonUserW', 'src/service/active_directory_credentials.cpp'):
+        'the reply tells it, as it does where the credentials are wrong anyway',
     ('LookupPrivilegeValueW', 'src/host/machine_shutdown.cpp'): 'the shutdown itself says so',
     ('OpenProcessToken', 'src/host/machine_shutdown.cpp'): 'the shutdown itself says so',
     ('AdjustTokenPrivileges', 'src/host/machine_shutdown.cpp'): 'the shutdown itself says so',
@@ -93,6 +95,8 @@ SILENT = {
 SILENT_FOR = {
     ('src/core/json_files.cpp', 'src/service/export_operations.cpp'):
         'a poll is answered null where the file can\'t be read, as it is before there is one',
+    ('src/core/json_files.cpp', 'src/runner/export_phase.cpp'):
+        'a runner whose last document can\'t be read has told no result',
 }
 # What a run may still hold when the function that gives it back has failed.
 HANDLES = ('Event', 'File', 'Job', 'Mutant', 'Process', 'Section', 'Snapshot', 'Thread', 'Token')
