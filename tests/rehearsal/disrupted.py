@@ -11,7 +11,6 @@ import signal
 import sys
 import tempfile
 import time
-import traceback
 from pathlib import Path
 
 import programs
@@ -25,7 +24,7 @@ from disrupted_world import DisruptedWorld, have_own_mounts  # noqa: E402
 from disruptions import Disruption, Saboteur  # noqa: E402
 from narrator import Narrator, StepFailed  # noqa: E402
 from processes import Agent, PATIENCE_SECONDS  # noqa: E402
-from seeds import seeds_of  # noqa: E402
+from seeds import exit_code_of, held, seeds_of  # noqa: E402
 
 ENDS = (0, 255)  # the exit codes of an agent that nobody kills
 IMPATIENCE_SECONDS = 10
@@ -181,19 +180,13 @@ class DisruptedMigration:
 
 def run_seed(seed, keeps):
     migration = DisruptedMigration(seed)
-    started = time.monotonic()
-    try:
-        outcome = migration.run()
-        print(f'ok      {time.monotonic() - started:5.1f} s  {migration.disruption}: {outcome}',
-              flush=True)
-        return True
-    except Exception:  # pylint: disable=broad-except; whatever it is, the next seed is looked at
-        print(f'FAILED  {time.monotonic() - started:5.1f} s  {migration.disruption}')
-        traceback.print_exc(file=sys.stdout)
+
+    def clean_up():
         if keeps:
             migration.tell()
-        sys.stdout.flush()
-        return False
+
+    try:
+        return held(migration.disruption, migration.run, clean_up)
     finally:
         shutil.rmtree(migration.folder, ignore_errors=True)
 
@@ -209,9 +202,7 @@ def main():
         print('Skipped: this host permits no mounts of our own')
         return programs.SKIPPED
     failures = [seed for seed in options.seeds if not run_seed(seed, options.show)]
-    print(f'{len(options.seeds) - len(failures)} of {len(options.seeds)} held'
-          + (f'; failed: {failures}' if failures else ''))
-    return 1 if failures else 0
+    return exit_code_of(options.seeds, failures)
 
 
 if __name__ == '__main__':

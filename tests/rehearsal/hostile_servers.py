@@ -9,7 +9,6 @@ import random
 import re
 import sys
 import time
-import traceback
 
 import programs
 
@@ -19,7 +18,7 @@ sys.path.insert(0, str(programs.TREE / 'tools' / 'rehearsal'))
 from hostile_attacks import ATTACKS  # noqa: E402
 from hostile_packages import DamagedPackages  # noqa: E402
 from hostile_world import HostileScenario, HostileWorld, have_own_network  # noqa: E402
-from seeds import seeds_of  # noqa: E402
+from seeds import exit_code_of, held, seeds_of  # noqa: E402
 
 LIMIT_SECONDS = 30
 MORE_MEMORY_BYTES = 64 << 20  # what the heap keeps of large documents
@@ -39,9 +38,8 @@ class Trials:
 
     def end(self):
         for machine in list(self._worlds):
-            self.drop(machine)
-        if self._packages:
-            self._packages.end()
+            self._drop_machine(machine)
+        self._drop_packages()
 
     def end_agents(self):
         for machine in list(self._scenarios):
@@ -56,25 +54,39 @@ class Trials:
             return self._packages.run(chance)
         return attack_with(attack, self._scenario_of(attack.machine), chance)
 
-    def drop(self, machine):
+    def drop(self, attack):
         """The next seed gets an agent and servers of its own."""
+        if attack is DamagedPackages:
+            self._drop_packages()
+        else:
+            self._drop_machine(attack.machine)
+
+    def tell(self, attack):
+        """What was shown, and the end of the log, for who looks for a failure's reason."""
+        if attack is DamagedPackages:
+            if self._packages:
+                self._packages.tell()
+        elif scenario := self._scenarios.get(attack.machine):
+            print(scenario.agent.console)
+            print('\n'.join(scenario.world.machine.log().splitlines()[-60:]))
+
+    def _drop_packages(self):
+        if self._packages:
+            self._packages.end()
+            self._packages = None
+
+    def _drop_machine(self, machine):
         if scenario := self._scenarios.pop(machine, None):
             scenario.agent.kill()
         if world := self._worlds.pop(machine, None):
             world.end()
-
-    def tell(self, machine):
-        """All that was shown, and the end of the log, for who looks for a failure's reason."""
-        if scenario := self._scenarios.get(machine):
-            print(scenario.agent.console)
-            print('\n'.join(scenario.world.machine.log().splitlines()[-60:]))
 
     def _end_agent(self, machine):
         scenario = self._scenarios[machine]
         if not self._any_memory:
             scenario.check_memory(MORE_MEMORY_BYTES)
         scenario.end()
-        self.drop(machine)
+        self._drop_machine(machine)
 
     def _scenario_of(self, machine):
         """One that has done already what is done once."""
@@ -149,20 +161,13 @@ def check_secrets(scenario, *texts):
 
 def run_seed(trials, seed, shows):
     attack = attack_of(seed)
-    started = time.monotonic()
-    try:
-        outcome = trials.run(seed)
-        print(f'ok      {time.monotonic() - started:5.1f} s  seed {seed}: {attack.name}: {outcome}',
-              flush=True)
-        return True
-    except Exception:  # pylint: disable=broad-except; whatever it is, the next seed is looked at
-        print(f'FAILED  {time.monotonic() - started:5.1f} s  seed {seed}: {attack.name}')
-        traceback.print_exc(file=sys.stdout)
+
+    def clean_up():
         if shows:
-            trials.tell(attack.machine)
-        trials.drop(attack.machine)
-        sys.stdout.flush()
-        return False
+            trials.tell(attack)
+        trials.drop(attack)
+
+    return held(f'seed {seed}: {attack.name}', lambda: trials.run(seed), clean_up)
 
 
 def main():
@@ -182,9 +187,7 @@ def main():
         trials.end_agents()
     finally:
         trials.end()
-    print(f'{len(options.seeds) - len(failures)} of {len(options.seeds)} held'
-          + (f'; failed: {failures}' if failures else ''))
-    return 1 if failures else 0
+    return exit_code_of(options.seeds, failures)
 
 
 if __name__ == '__main__':

@@ -7,28 +7,24 @@ import struct
 import threading
 import time
 
+from loopback import Loopback
+
 LOOK_SECONDS = 0.01
 PIECE_BYTES = 65536
 RESET = struct.pack('ii', 1, 0)  # close without a goodbye, whatever is still to be sent
 
 
 class Line:
-    """Listens on both loopback addresses and passes on what comes, either way."""
+    """Passes on what comes to `address`, either way."""
 
     def __init__(self, host, port):
         self.target = (host, port)
         self._is_up = True
         self._is_loud = True
         self._cuts = 0
-        self._ends = False
-        first = socket.create_server(('127.0.0.1', 0))
-        self.port = first.getsockname()[1]
-        self.address = f'127.0.0.1:{self.port}'
-        self._listeners = [first]
-        with contextlib.suppress(OSError):
-            self._listeners.append(socket.create_server(('::1', self.port), family=socket.AF_INET6))
-        for listener in self._listeners:
-            threading.Thread(target=self._accept, args=(listener,), daemon=True).start()
+        self._listener = Loopback(self._accepted)
+        self.port = self._listener.port
+        self.address = self._listener.address
 
     def cut(self):
         """Resets every connection, and each new one until mend()."""
@@ -43,21 +39,11 @@ class Line:
         self._is_up = self._is_loud = True
 
     def end(self):
-        self._ends = True
         self.cut()
-        for listener in self._listeners:
-            # Wakes the thread that accepts, which a close alone doesn't.
-            with contextlib.suppress(OSError):
-                listener.shutdown(socket.SHUT_RDWR)
-            listener.close()
+        self._listener.end()
 
-    def _accept(self, listener):
-        while not self._ends:
-            try:
-                client, _ = listener.accept()
-            except OSError:
-                return
-            threading.Thread(target=self._serve, args=(client, self._cuts), daemon=True).start()
+    def _accepted(self, client):
+        threading.Thread(target=self._serve, args=(client, self._cuts), daemon=True).start()
 
     def _serve(self, client, cuts):
         ends = [client]

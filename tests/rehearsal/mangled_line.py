@@ -8,6 +8,8 @@ import struct
 import subprocess
 import threading
 
+from loopback import Loopback
+
 PIECE_BYTES = 16384
 CONNECT_SECONDS = 10
 SEND_SECONDS = 2  # to somebody who doesn't read on
@@ -26,7 +28,7 @@ def make_certificate(file):
 
 
 class MangledLine:
-    """Listens on both loopback addresses and passes on what comes, either way."""
+    """Passes on what comes to `address`, either way."""
 
     def __init__(self, port, certificate):
         self._real_port = port
@@ -34,14 +36,9 @@ class MangledLine:
         self._certificate = certificate
         self._plan = None
         self._count = 0
-        first = socket.create_server(('127.0.0.1', 0))
-        self.port = first.getsockname()[1]
-        self.address = f'127.0.0.1:{self.port}'
-        self._listeners = [first]
-        with contextlib.suppress(OSError):
-            self._listeners.append(socket.create_server(('::1', self.port), family=socket.AF_INET6))
-        for listener in self._listeners:
-            threading.Thread(target=self._accept, args=(listener,), daemon=True).start()
+        self._listener = Loopback(self._accepted)
+        self.port = self._listener.port
+        self.address = self._listener.address
 
     def arm(self, plan):
         """From now on plan(number) is asked about each connection, the first with 0: it answers the
@@ -54,21 +51,12 @@ class MangledLine:
         self._target_port = port or self._real_port
 
     def end(self):
-        for listener in self._listeners:
-            # Wakes the thread that accepts, which a close alone doesn't.
-            with contextlib.suppress(OSError):
-                listener.shutdown(socket.SHUT_RDWR)
-            listener.close()
+        self._listener.end()
 
-    def _accept(self, listener):
-        while True:
-            try:
-                client, _ = listener.accept()
-            except OSError:
-                return
-            planned = self._plan(self._count) if self._plan else None
-            self._count += 1
-            threading.Thread(target=self._serve, args=(client, planned), daemon=True).start()
+    def _accepted(self, client):
+        planned = self._plan(self._count) if self._plan else None
+        self._count += 1
+        threading.Thread(target=self._serve, args=(client, planned), daemon=True).start()
 
     def _serve(self, client, planned):
         mangling, inside = planned or (None, False)
