@@ -118,7 +118,8 @@ class PromptedAgent:
             world.programs / 'halvard', ['halvard'], environment, setsid=True,
             file_actions=[(os.POSIX_SPAWN_DUP2, slave, number) for number in (0, 1, 2)])
         os.close(slave)
-        threading.Thread(target=self._read, daemon=True).start()
+        self._reader = threading.Thread(target=self._read, daemon=True)
+        self._reader.start()
         self._exit_code = None
 
     def _read(self):
@@ -140,7 +141,9 @@ class PromptedAgent:
         return self._exit_code is not None
 
     def wait(self):
+        """The exit code, once all that it has shown is read."""
         wait_until(self.has_ended, 'end of the agent')
+        self._reader.join(PATIENCE_SECONDS)
         return self._exit_code
 
     def close(self):

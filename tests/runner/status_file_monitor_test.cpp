@@ -182,9 +182,11 @@ TEST_F(StatusFileMonitor, ARenamingToTheNameCounts) {
 TEST_F(StatusFileMonitor, ChangesThatOverflowTheBufferCountAsAChange) {
   bool littered = false;
   // While the first call lasts, the child makes more changes than the buffer has room for.
-  EXPECT_TRUE(Run(Write(L"x") + L"\"litter=" + kFolder + L"\" \"report=C:\\littered\" wait=C:\\go",
+  EXPECT_TRUE(Run(Write(L"x") + L"wait=C:\\called \"litter=" + kFolder +
+                      L"\" \"report=C:\\littered\" wait=C:\\go",
                   [&](const std::string*) {
                     if (!littered) {
+                      Touch(L"C:\\called");
                       while (!machine_.FileExists(L"C:\\littered")) Sleep(1);
                       littered = true;
                       return ParseContinue;

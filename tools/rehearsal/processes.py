@@ -1,5 +1,6 @@
 """Programs that a rehearsal runs: servers of the lab, the agent, the client."""
 
+import collections
 import errno
 import itertools
 import json
@@ -132,9 +133,28 @@ def is_free(port):
         return True
 
 
+# Between the choice of a port and the start of its server it is nobody's. The last ones stay claimed.
+CLAIMS = collections.deque(maxlen=100)
+
+
+def claim(port):
+    """Keeps others from choosing a port: programs that share their ports share these names too
+    (unix(7), abstract), tests/support/free_port.h among them. False when another has it."""
+    name = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
+    try:
+        name.bind(f'\0halvard-test-port-{port}')
+    except OSError as error:
+        name.close()
+        if error.errno != errno.EADDRINUSE:
+            raise
+        return False
+    CLAIMS.append(name)
+    return True
+
+
 def free_port():
     """Any that nobody has."""
-    while not is_free(port := random.choice(PORTS)):
+    while not (claim(port := random.choice(PORTS)) and is_free(port)):
         pass
     return port
 
