@@ -103,7 +103,7 @@ class Bench:
         if name == 'agent':
             return [self.senders / 'scp_sender', HOST, target, USER, PASSWORD, 'C:\\export.zip']
         if name == 'pscp':
-            return ['pscp', '-batch', '-q', '-P', str(facts['port']), '-pw', PASSWORD, '-hostkey',
+            return ['pscp', '-scp', '-batch', '-q', '-P', str(facts['port']), '-pw', PASSWORD, '-hostkey',
                     self.server.host_key(), self.file, f'{USER}@127.0.0.1:{target}']
         command = ['scp', '-q', '-P', str(facts['port']), '-o', 'StrictHostKeyChecking=no',
                    '-o', f'UserKnownHostsFile={self.folder}/known_hosts', '-o', 'LogLevel=ERROR']

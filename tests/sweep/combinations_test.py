@@ -11,7 +11,7 @@ import sweep_modules  # noqa: F401  pylint: disable=unused-import
 
 # pylint: disable=wrong-import-order,import-error
 from call_sites import CallSite, distinct
-from combinations import FROM_THEN_ON, ONCE, combinations_of, sample
+from combinations import FROM_THEN_ON, ONCE, combinations_of, one_of_each_call, sample
 from observation import lines_of_log, places_of_secrets, without_chance
 
 
@@ -45,6 +45,13 @@ class Combinations(unittest.TestCase):
         sites = [site('DeleteFileW', number=n, calls=3) for n in (1, 2)]
         names = [c.name for c in combinations_of('start', sites)]
         self.assertEqual(len(names), len(set(names)))
+
+    def test_one_code_of_each_call_is_the_first_once(self):
+        sites = [site('DeleteFileW'), site('FindClose', number=2, calls=40), site('FindClose', number=3)]
+        chosen = one_of_each_call(combinations_of('start', sites))
+        self.assertEqual([(c.site.function, c.site.number, c.call, c.code, c.mode) for c in chosen],
+                         [('DeleteFileW', 1, 1, 2, ONCE), ('FindClose', 2, 1, 5, ONCE),
+                          ('FindClose', 2, 40, 5, ONCE), ('FindClose', 3, 1, 5, ONCE)])
 
     def test_a_sample_takes_each_function_before_it_takes_one_again(self):
         sites = [site('FindClose', number=n) for n in range(1, 30)] + [site('DeleteFileW'),

@@ -14,7 +14,7 @@ sys.path.insert(0, str(Path(__file__).resolve().parents[1] / 'rehearsal'))
 
 # pylint: disable=wrong-import-position,import-error
 import scenarios  # noqa: E402
-from combinations import sample  # noqa: E402
+from combinations import one_of_each_call, sample  # noqa: E402
 from report import Report  # noqa: E402
 from sweep import Sweep  # noqa: E402
 
@@ -39,6 +39,9 @@ def parse(arguments):
     parser.add_argument('--only', metavar='NAME', help='the one combination of this name')
     parser.add_argument('--every-way', action='store_true',
                         help='each way to a place of a call, not each place')
+    parser.add_argument('--one-code', action='store_true',
+                        help='the first code of each call alone, and once: a third, for programs that '
+                             'a sanitizer slows down')
     parser.add_argument('--sample', type=int, metavar='COUNT',
                         help='so many combinations of each scenario, drawn by chance')
     parser.add_argument('--seed', type=int, default=1, help='of the chance (1)')
@@ -69,7 +72,8 @@ def wanted_scenarios(options):
 
 
 def wanted_combinations(options, combinations, done):
-    chosen = [combination for combination in combinations if combination.name not in done]
+    chosen = one_of_each_call(combinations) if options.one_code else combinations
+    chosen = [combination for combination in chosen if combination.name not in done]
     if options.only:
         chosen = [combination for combination in chosen if combination.name == options.only]
     if options.function:

@@ -47,6 +47,15 @@ def combinations_of(scenario, sites):
             for mode in modes_of(site.function, code)]
 
 
+def one_of_each_call(combinations):
+    """The first code of a call, once: the ways through the agent without their repetitions."""
+    first = {}
+    for combination in combinations:
+        first.setdefault((combination.site.function, combination.site.number, combination.call),
+                         combination)
+    return list(first.values())
+
+
 def sample(combinations, count, seed):
     """So many of them, from as many places as can be, functions that are called from few of them not
     behind the others."""
