@@ -7,10 +7,13 @@
 #include <chrono>
 #include <cstdio>
 #include <fstream>
+#include <iterator>
+#include <memory>
 #include <stdexcept>
 
 #include "machine/json_text.h"
 #include "machine/schema_check.h"
+#include "machine/valid_mark.h"
 
 namespace Lab {
 namespace {
@@ -193,25 +196,20 @@ CensusKind ReadCensus(const Json::Value& kind) {
   return kind.asString() == "calls" ? CensusKind::kCalls : CensusKind::kHandles;
 }
 
-}  // namespace
-
-bool Description::UserIsOf(std::wstring_view wanted) const {
-  return wanted == userSid || std::ranges::any_of(groups, [&](const Group& group) {
-           return group.sid == wanted && !group.denyOnly;
-         });
-}
-
-bool Description::UserIsAdministrator() const { return UserIsOf(kAdministrators); }
-
-Json::Value ReadJson(const std::filesystem::path& file) {
+std::string ReadText(const std::filesystem::path& file) {
   std::ifstream in(file, std::ios::binary);
   if (!in) throw MachineError(file.string() + ": can't be read");
+  return {std::istreambuf_iterator<char>(in), {}};
+}
+
+Json::Value ParseJson(const std::string& text, const std::filesystem::path& file) {
   Json::CharReaderBuilder builder;
   Json::CharReaderBuilder::strictMode(&builder.settings_);
   builder["collectComments"] = false;
+  const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
   Json::Value document;
   std::string errors;
-  if (Json::parseFromStream(builder, in, &document, &errors)) return document;
+  if (reader->parse(text.data(), text.data() + text.size(), &document, &errors)) return document;
   // "* Line 3, Column 5\n  Missing ..." over several lines.
   std::string line = errors.substr(0, errors.find_last_not_of('\n') + 1);
   for (std::size_t end = line.find('\n'); end != std::string::npos; end = line.find('\n')) {
@@ -220,10 +218,14 @@ Json::Value ReadJson(const std::filesystem::path& file) {
   throw MachineError(file.string() + ": not a JSON document: " + line);
 }
 
-Description ParseDescription(const Json::Value& document, const std::filesystem::path& file) {
+void TestBySchema(const Json::Value& document, const std::filesystem::path& file) {
   if (const auto fault = FindSchemaFault(document)) {
     throw MachineError(file.string() + ": " + *fault);
   }
+}
+
+/// \param document  One that the schema allows.
+Description ReadValid(const Json::Value& document, const std::filesystem::path& file) {
   if (document.isMember("base")) {
     throw MachineError(file.string() +
                        ": /base: expected none in an instance; lab-machine start makes one");
@@ -251,6 +253,34 @@ Description ParseDescription(const Json::Value& document, const std::filesystem:
     description.faults.push_back(ReadFault(entry));
   }
   return description;
+}
+
+}  // namespace
+
+bool Description::UserIsOf(std::wstring_view wanted) const {
+  return wanted == userSid || std::ranges::any_of(groups, [&](const Group& group) {
+           return group.sid == wanted && !group.denyOnly;
+         });
+}
+
+bool Description::UserIsAdministrator() const { return UserIsOf(kAdministrators); }
+
+Json::Value ReadJson(const std::filesystem::path& file) { return ParseJson(ReadText(file), file); }
+
+Description ParseDescription(const Json::Value& document, const std::filesystem::path& file) {
+  TestBySchema(document, file);
+  return ReadValid(document, file);
+}
+
+Description ReadDescription(const std::filesystem::path& instance) {
+  const std::filesystem::path file = instance / "machine.json";
+  const std::string text = ReadText(file);
+  const Json::Value document = ParseJson(text, file);
+  if (const ValidMark mark(instance, text); !mark.Stands()) {
+    TestBySchema(document, file);
+    mark.Leave();
+  }
+  return ReadValid(document, file);
 }
 
 }  // namespace Lab

@@ -142,4 +142,8 @@ Json::Value ReadJson(const std::filesystem::path& file);
 /// \throw MachineError for the first fault found.
 Description ParseDescription(const Json::Value& document, const std::filesystem::path& file);
 
+/// Reads machine.json of an instance, and tests it unless a program has found it valid as it is.
+/// \throw MachineError for the first fault found.
+Description ReadDescription(const std::filesystem::path& instance);
+
 }  // namespace Lab

@@ -19,11 +19,6 @@ std::filesystem::path InstanceFolder(const std::filesystem::path& folder) {
   return absolute.has_filename() ? absolute : absolute.parent_path();
 }
 
-Description ReadDescription(const std::filesystem::path& folder) {
-  const std::filesystem::path file = folder / "machine.json";
-  return ParseDescription(ReadJson(file), file);
-}
-
 std::filesystem::path RegistryFile(const std::filesystem::path& folder) {
   for (const char* part : {"registry.reg", "run", "drive_c"}) {
     if (std::filesystem::exists(folder / part)) continue;

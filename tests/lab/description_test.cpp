@@ -8,6 +8,8 @@
 #include <fstream>
 
 #include "machine/start.h"
+#include "machine/valid_mark.h"
+#include "support/file_bytes.h"
 
 namespace Lab {
 namespace {
@@ -338,6 +340,48 @@ TEST_F(JsonFile, MemberThatComesTwiceIsAFault) {
 TEST_F(JsonFile, EmptyAndMissingFilesAreFaults) {
   EXPECT_THAT(DescriptionFault(""), HasSubstr("not a JSON document"));
   EXPECT_THROW(ReadJson(folder_ / "none.json"), MachineError);
+}
+
+/// An instance with nothing but its description.
+class DescribedInstance : public JsonFile {
+ protected:
+  DescribedInstance() {
+    std::filesystem::create_directory(folder_ / "run");
+    Write("");
+  }
+  /// \param more  Stands behind the document, where JSON allows what changes nothing.
+  void Write(const std::string& more) {
+    std::ofstream(folder_ / "machine.json") << Server().toStyledString() << more;
+  }
+  ValidMark Mark() const { return {folder_, FileBytes(folder_ / "machine.json")}; }
+};
+
+TEST_F(DescribedInstance, IsMarkedAsValidOnceItIsRead) {
+  EXPECT_FALSE(Mark().Stands());
+  ReadDescription(folder_);
+  EXPECT_TRUE(Mark().Stands());
+}
+
+TEST_F(DescribedInstance, IsntTestedAgainWhereItIsMarked) {
+  std::ofstream(folder_ / "machine.json") << R"({"base": "windows-server"})";
+  Mark().Leave();
+  EXPECT_THAT([this] { ReadDescription(folder_); },
+              testing::ThrowsMessage<MachineError>(HasSubstr("/base: expected none")));
+}
+
+TEST_F(DescribedInstance, IsTestedAgainOnceItHasChanged) {
+  ReadDescription(folder_);
+  Write(" ");
+  EXPECT_FALSE(Mark().Stands());
+  std::ofstream(folder_ / "machine.json") << R"({"base": "windows-server"})";
+  EXPECT_THAT([this] { ReadDescription(folder_); },
+              testing::ThrowsMessage<MachineError>(testing::Not(HasSubstr("/base"))));
+}
+
+TEST_F(DescribedInstance, IsReadWithoutRoomForAMark) {
+  std::filesystem::remove(folder_ / "run");
+  EXPECT_EQ(ReadDescription(folder_).computerName, ParseDescription(Server(), "").computerName);
+  EXPECT_FALSE(Mark().Stands());
 }
 
 }  // namespace
