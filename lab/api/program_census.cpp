@@ -12,6 +12,7 @@
 #include "com/com_object.h"
 #include "machine/handles.h"
 #include "machine/machine.h"
+#include "process/host_thread.h"
 
 namespace Lab {
 namespace {
@@ -43,6 +44,7 @@ void WriteCensus() {
   document["handles"] = ListOf(Handles().OpenTypes());
   document["objects"] = static_cast<Json::UInt64>(LiveComObjects());
   document["sockets"] = machine.SocketStartups().load();
+  document["threads"] = static_cast<Json::UInt64>(OwnThreads().size());
   document["failures"] = machine.Faults().Failures();
   if (machine.Describe().census == CensusKind::kCalls) {
     document["calls"] = ListOf(machine.Calls().Entries());

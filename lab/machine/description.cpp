@@ -7,8 +7,8 @@
 #include <chrono>
 #include <cstdio>
 #include <fstream>
-#include <iterator>
 #include <memory>
+#include <sstream>
 #include <stdexcept>
 
 #include "machine/json_text.h"
@@ -197,9 +197,11 @@ CensusKind ReadCensus(const Json::Value& kind) {
 }
 
 std::string ReadText(const std::filesystem::path& file) {
-  std::ifstream in(file, std::ios::binary);
+  const std::ifstream in(file, std::ios::binary);
   if (!in) throw MachineError(file.string() + ": can't be read");
-  return {std::istreambuf_iterator<char>(in), {}};
+  std::ostringstream text;
+  text << in.rdbuf();
+  return text.str();
 }
 
 Json::Value ParseJson(const std::string& text, const std::filesystem::path& file) {

@@ -6,7 +6,7 @@
 //   services.json  states of services that differ from the description, if there are any
 //   firewall.json  the ports that are open in the firewall, once that was changed
 //   shutdown.json  how the machine was told to shut down, once it was
-//   run/           what running processes share: locks, named objects
+//   run/           what running processes share: locks, named objects, a mark of validity
 #pragma once
 
 #include <atomic>

@@ -2,7 +2,7 @@
 
 #include <fstream>
 #include <functional>
-#include <iterator>
+#include <string>
 
 #include "machine/machine_schema.h"
 #include "machine/shared_file.h"
@@ -22,7 +22,8 @@ ValidMark::ValidMark(const std::filesystem::path& instance, std::string_view des
 
 bool ValidMark::Stands() const {
   std::ifstream in(file_, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), {}) == text_;
+  std::string text;
+  return std::getline(in, text) && text == text_;
 }
 
 void ValidMark::Leave() const {

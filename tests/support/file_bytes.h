@@ -3,15 +3,18 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <string>
 
 namespace Lab {
 
-/// \return All bytes of a file; none when it can't be read.
+/// \return All bytes of a file; none when it can't be read, as one of a process that has just
+/// ended.
 inline std::string FileBytes(const std::filesystem::path& file) {
-  std::ifstream stream(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), {}};
+  const std::ifstream stream(file, std::ios::binary);
+  std::ostringstream bytes;
+  bytes << stream.rdbuf();
+  return bytes.str();
 }
 
 }  // namespace Lab

@@ -17,7 +17,8 @@ TOLD = Counter({('E', 'Failed to copy the file: 5'): 1})
 
 
 def census(handles=(), failures=1, **more):
-    return {'handles': list(handles), 'objects': 0, 'sockets': 0, 'failures': failures, **more}
+    return {'handles': list(handles), 'objects': 0, 'sockets': 0, 'threads': 2,
+            'failures': failures, **more}
 
 
 def usual(**members):
@@ -143,6 +144,15 @@ class Oracle(unittest.TestCase):
         self.assertEqual(self.judge(failed(log=runs, census=held)).faults, [])
         self.assert_found('LEAK', failed(log=ended, census=held))
         self.assert_found('LEAK', failed(log=runs, census=census(['Mutex', 'Key'])))
+
+    def test_a_restart_that_ends_behind_the_census_is_right(self):
+        ended = TOLD + Counter({('I', 'ServiceControlStartStopAllServices: Starting all services.'): 1,
+                                ('I', 'LaunchProcAndMonitorStatus: Launching'): 1,
+                                ('W', 'LaunchProcAndMonitorStatus: Job still alive, terminating'): 1})
+        held = ['Mutex', 'Job', 'Process', 'Thread', 'Token']
+        self.assertEqual(self.judge(failed(log=ended, census=census(held, threads=3))).faults, [])
+        self.assert_found('LEAK', failed(log=ended, census=census(held)))
+        self.assert_found('LEAK', failed(census=census(held, threads=3)))
 
     def test_a_restart_by_script_that_runs_on_is_right_as_well(self):
         launch = Counter({('I', 'LaunchProcAndMonitorStatus: Launching "cmd.exe" in "C:"'): 1})

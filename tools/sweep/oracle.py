@@ -74,16 +74,28 @@ def lines_of(seen, *beginnings):
     return sum(count for (_, text), count in seen.log.items() if text.startswith(beginnings))
 
 
+def services_begun(seen):
+    return lines_of(seen, 'StartServices: Starting service')
+
+
+def scripts_begun(seen):
+    return lines_of(seen, 'ServiceControlStartStopAllServices: Starting')
+
+
 def restart_runs_on(seen):
     """Whether the agent has ended while it started the services again that a failed export had
     stopped, one by one or by their script: nobody waits for that."""
-    begun = lines_of(seen, 'StartServices: Starting service')
     ended = lines_of(seen, 'StartServices: Successfully started service',
                      'StartServices: Failed to start service')
-    script = lines_of(seen, 'ServiceControlStartStopAllServices: Starting')
     launched = lines_of(seen, 'LaunchProcAndMonitorStatus: Launching')
     cleaned = lines_of(seen, 'LaunchProcAndMonitorStatus: Job still alive, terminating')
-    return begun > ended or (script > 0 and launched > cleaned)
+    return services_begun(seen) > ended or (scripts_begun(seen) > 0 and launched > cleaned)
+
+
+def restart_ran_at_the_census(seen, usual):
+    """The same where it has come to its end in the moments between the census and the agent's end."""
+    began = services_begun(seen) or scripts_begun(seen)
+    return began and seen.census['threads'] > usual.census['threads']
 
 
 def held_faults(seen, usual, function):
@@ -93,7 +105,7 @@ def held_faults(seen, usual, function):
     excused = by_design.KEPT.get(function, ())
     if export_runs_on(seen):
         excused += by_design.OF_AN_EXPORT_HANDLES
-    if restart_runs_on(seen):
+    if restart_runs_on(seen) or restart_ran_at_the_census(seen, usual):
         excused += by_design.OF_A_RESTART_HANDLES
     leaks = {kind: count for kind, count in held.items() if kind not in excused}
     if leaks:
