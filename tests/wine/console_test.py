@@ -81,9 +81,14 @@ class Console(WineTest):
     def test_backspace_takes_a_star_back_and_nothing_more(self):
         agent = self.machine.start(AGENT)
         agent.wait_for(PROMPT)
-        agent.type('\x7f' + 'xy\x7f' + '\r')
+        agent.type('x')
+        # The console reads keys from here on; before, they would be the terminal's to edit.
+        agent.wait_for(f'{PROMPT}*')
+        agent.type('\x7f' + '\x7f' + 'yz\x7f')
+        agent.wait_for(f'{PROMPT}*\b \b**\b \b')
+        agent.type('\r')
         agent.wait_until(lambda: agent.console.count(PROMPT) > 1, 'the second prompt')
-        self.assertIn(f'{PROMPT}**\b \b\n', agent.console)
+        self.assertIn(f'{PROMPT}*\b \b**\b \b\n', agent.console)
 
 
 if __name__ == '__main__':
