@@ -3,6 +3,7 @@
 import hashlib
 import json
 import os
+import socket
 import sys
 import tempfile
 import types
@@ -19,6 +20,7 @@ import checks  # noqa: E402
 from lab_machine import files_below  # noqa: E402
 from messages import LANGUAGES, Messages  # noqa: E402
 from narrator import Narrator, StepFailed  # noqa: E402
+from processes import PORTS, claim, free_port, is_free  # noqa: E402
 
 
 class FakeMachine:
@@ -149,6 +151,21 @@ class Checks(unittest.TestCase):
         self.assertNotEqual(Messages('de').text(1014), Messages('en').text(1014))
         # Not translated.
         self.assertEqual(Messages('de').text(1234), Messages('en').text(1234))
+
+
+class Ports(unittest.TestCase):
+    def test_one_that_is_chosen_is_nobody_elses(self):
+        port = free_port()
+        self.assertIn(port, PORTS)
+        self.assertTrue(is_free(port))
+        self.assertFalse(claim(port))
+
+    def test_one_that_another_program_has_claimed_is_left_to_it(self):
+        port = free_port() + len(PORTS)  # which nobody chooses
+        with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as other:
+            other.bind(f'\0halvard-test-port-{port}')
+            self.assertFalse(claim(port))
+        self.assertTrue(claim(port))
 
 
 if __name__ == '__main__':
